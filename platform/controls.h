@@ -1,0 +1,140 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace kova::platform {
+
+/// Controls are plain data with events. A window's logic sets and reads them; a view, where there is one, shows
+/// them and hears of every change through `onShown`. Values and captions are UTF-8.
+class Control {
+ public:
+  explicit Control(std::string name) : name_(std::move(name)) {}
+  Control(const Control&) = delete;
+  Control& operator=(const Control&) = delete;
+  virtual ~Control() = default;
+
+  const std::string& name() const { return name_; }
+
+  bool enabled() const { return enabled_; }
+  void setEnabled(bool on);
+
+  bool focused() const { return focused_; }
+  /// The window's logic or its view moves the focus here; raises onFocus.
+  void focus();
+  /// The focus goes elsewhere; raises onLeave.
+  void leave();
+
+  std::function<void()> onFocus;
+  std::function<void()> onLeave;
+  /// For the view: something that is shown has changed.
+  std::function<void()> onShown;
+
+ protected:
+  void shown() const {
+    if (onShown) onShown();
+  }
+
+ private:
+  std::string name_;
+  bool enabled_ = true;
+  bool focused_ = false;
+};
+
+/// A text box of one or many lines.
+class TextBox : public Control {
+ public:
+  using Control::Control;
+
+  const std::string& text() const { return text_; }
+  /// Sets the text, by the owner's typing or by the program alike; raises onChange when it differs. A text ends at
+  /// its first NUL, as in a native edit control.
+  void setText(std::string text);
+
+  void selectAll();
+  bool allSelected() const { return allSelected_; }
+
+  std::function<void()> onChange;
+
+ private:
+  std::string text_;
+  bool allSelected_ = false;
+};
+
+/// A box for a running log: text is added at the end, where the caret stays, and only the newest characters are
+/// kept.
+class LogBox : public Control {
+ public:
+  LogBox(std::string name, std::size_t maxCharacters) : Control(std::move(name)), max_(maxCharacters) {}
+
+  /// The newest characters (code points), at most as many as the box keeps.
+  std::string_view text() const;
+  /// Amortised constant cost per byte.
+  void append(std::string_view text);
+  void clear();
+
+ private:
+  std::size_t max_;
+  std::string text_;
+};
+
+/// 0 or 1, as it stands in the settings file.
+class CheckBox : public Control {
+ public:
+  using Control::Control;
+
+  int value() const { return value_; }
+  /// Raises onClick when the value differs, by the owner's click or by the program alike.
+  void setValue(int value);
+
+  std::function<void()> onClick;
+
+ private:
+  int value_ = 0;
+};
+
+/// One of a group of which exactly one is chosen.
+class OptionButton : public Control {
+ public:
+  OptionButton(std::string name, std::string caption) : Control(std::move(name)), caption_(std::move(caption)) {}
+
+  const std::string& caption() const { return caption_; }
+  bool chosen() const { return chosen_; }
+  void setChosen(bool chosen);
+
+ private:
+  std::string caption_;
+  bool chosen_ = false;
+};
+
+/// A button or a menu entry.
+class Button : public Control {
+ public:
+  Button(std::string name, std::string caption) : Control(std::move(name)), caption_(std::move(caption)) {}
+
+  const std::string& caption() const { return caption_; }
+  void setCaption(std::string caption);
+
+  /// As the owner's click: does nothing while the button is disabled.
+  void click();
+
+  std::function<void()> onClick;
+
+ private:
+  std::string caption_;
+};
+
+/// A frame around other controls; disabled, it disables what it holds for the owner.
+class Frame : public Control {
+ public:
+  Frame(std::string name, std::string caption) : Control(std::move(name)), caption_(std::move(caption)) {}
+  const std::string& caption() const { return caption_; }
+
+ private:
+  std::string caption_;
+};
+
+}  // namespace kova::platform

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace kova::platform {
+
+enum class MessageIcon { kNone, kInformation, kQuestion, kExclamation, kCritical };
+
+/// The boxes that the program puts in front of its owner.
+class Dialogs {
+ public:
+  struct FileFilter {
+    std::string label;    ///< "Jpeg Files (*.jpg)"
+    std::string pattern;  ///< "*.jpg"
+  };
+
+  virtual ~Dialogs() = default;
+
+  /// Shows a text and returns at once; the work goes on while the box stands.
+  virtual void message(const std::string& text, MessageIcon icon, const std::string& title) = 0;
+
+  // Questions. `answer` is called once, later from the event loop or before the call returns.
+  virtual void askYesNo(const std::string& text, MessageIcon icon, const std::string& title,
+                        std::function<void(bool)> answer) = 0;
+  /// The answer is empty when the owner chose nothing.
+  virtual void chooseFolder(const std::string& prompt, std::function<void(std::string)> answer) = 0;
+  virtual void chooseFile(const std::string& title, const std::vector<FileFilter>& filters,
+                          std::function<void(std::string)> answer) = 0;
+};
+
+}  // namespace kova::platform

@@ -1,0 +1,38 @@
+#include "platform/local_outlook/ical_records.h"
+
+#include <algorithm>
+
+namespace kova::platform::local_outlook {
+
+ReadRecords readIcalRecords(
+    const std::string& fileText, std::string_view name, icalcomponent_kind kind, ZoneCache& cache,
+    const std::function<std::shared_ptr<const Record>(icalcomponent*, FileZones&)>& read) {
+  std::string text = fileText;
+  std::erase(text, '\0');  // the library's texts end there
+  FileZones zones(cache);
+  ComponentText component;
+  ComponentTexts definitions(text);
+  while (definitions.next(component))
+    if (component.name == "vtimezone" && component.complete) zones.define(component.text);
+
+  ReadRecords result;
+  std::size_t broken = 0;
+  std::size_t count = 0;
+  ComponentTexts components(text);
+  while (components.next(component)) {
+    if (component.name != name) continue;
+    ++count;
+    const ComponentPtr parsed = component.complete ? parseComponent(component.text, kind) : nullptr;
+    if (parsed)
+      result.records.push_back({read(parsed.get(), zones), createdOf(parsed.get())});
+    else
+      ++broken;
+  }
+  if (!components.sawCalendar())
+    result.problem = "is no iCalendar file";
+  else if (broken > 0)
+    result.problem = std::to_string(broken) + " of " + std::to_string(count) + " entries cannot be read";
+  return result;
+}
+
+}  // namespace kova::platform::local_outlook

@@ -1,0 +1,320 @@
+#include "platform/posix/event_loop.h"
+
+#include <sys/timerfd.h>
+
+#include <algorithm>
+#include <climits>
+#include <ctime>
+#include <system_error>
+#include <utility>
+
+namespace kova::platform::posix {
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+// Enough for every client and every lingering connection, so one poll fetches all that is pending.
+constexpr std::size_t kFetchedAtOnce = 2048;
+constexpr std::uint64_t kTimerDescriptorId = ~std::uint64_t{0};
+
+FileDescriptor mustHave(int fd, const char* what) {
+  // A program without its event loop cannot even say so; this ends it at its start.
+  if (fd < 0) throw std::system_error(errno, std::generic_category(), what);
+  return FileDescriptor(fd);
+}
+
+std::uint32_t indexOf(std::uint64_t id) { return static_cast<std::uint32_t>(id); }
+std::uint32_t generationOf(std::uint64_t id) { return static_cast<std::uint32_t>(id >> 32); }
+
+}  // namespace
+
+class PosixEventLoop::Call final : public EventLoop::Timer {
+ public:
+  Call(PosixEventLoop& loop, SteadyTime due, std::uint64_t sequence, std::function<void()> callback)
+      : loop_(&loop), due_(due), sequence_(sequence), callback_(std::move(callback)) {}
+  Call(const Call&) = delete;
+  Call& operator=(const Call&) = delete;
+  ~Call() override { unlink(); }
+
+  SteadyTime due() const { return due_; }
+  std::uint64_t sequence() const { return sequence_; }
+
+  void appendToQueue() {
+    previous_ = loop_->lastCall_;
+    (previous_ ? previous_->next_ : loop_->firstCall_) = this;
+    loop_->lastCall_ = this;
+  }
+  void addToDelayed() {
+    delayed_ = true;
+    loop_->delayedCalls_.insert(this);
+  }
+
+  void unlink() {
+    if (!loop_) return;
+    if (delayed_) {
+      loop_->delayedCalls_.erase(this);
+    } else {
+      (previous_ ? previous_->next_ : loop_->firstCall_) = next_;
+      (next_ ? next_->previous_ : loop_->lastCall_) = previous_;
+    }
+    loop_ = nullptr;
+  }
+
+  /// The call may destroy this object.
+  void run() {
+    unlink();
+    const std::function<void()> callback = std::move(callback_);
+    callback();
+  }
+
+ private:
+  PosixEventLoop* loop_;  // null when the call is done or the loop is gone
+  SteadyTime due_;
+  std::uint64_t sequence_;
+  std::function<void()> callback_;
+  Call* previous_ = nullptr;
+  Call* next_ = nullptr;
+  bool delayed_ = false;
+};
+
+bool PosixEventLoop::Earlier::operator()(const Call* a, const Call* b) const {
+  return a->due() != b->due() ? a->due() < b->due() : a->sequence() < b->sequence();
+}
+
+PosixEventLoop::Watch::Watch(Watch&& other) noexcept
+    : loop_(std::exchange(other.loop_, nullptr)), id_(std::exchange(other.id_, 0)) {}
+
+PosixEventLoop::Watch& PosixEventLoop::Watch::operator=(Watch&& other) noexcept {
+  if (this != &other) {
+    reset();
+    loop_ = std::exchange(other.loop_, nullptr);
+    id_ = std::exchange(other.id_, 0);
+  }
+  return *this;
+}
+
+void PosixEventLoop::Watch::setEvents(std::uint32_t events) {
+  Watched* watched = loop_ ? loop_->watched(id_) : nullptr;
+  if (!watched || watched->events == events) return;
+  epoll_event wanted{};
+  wanted.events = events;
+  wanted.data.u64 = id_;
+  // Changing what is already registered needs no memory and does not fail.
+  ::epoll_ctl(loop_->epoll_.get(), EPOLL_CTL_MOD, watched->fd, &wanted);
+  watched->events = events;
+}
+
+std::uint32_t PosixEventLoop::Watch::events() const {
+  const Watched* watched = loop_ ? loop_->watched(id_) : nullptr;
+  return watched ? watched->events : 0;
+}
+
+void PosixEventLoop::Watch::setHandler(DescriptorHandler& handler) {
+  if (Watched* watched = loop_ ? loop_->watched(id_) : nullptr) watched->handler = &handler;
+}
+
+void PosixEventLoop::Watch::reset() {
+  if (loop_) loop_->endWatch(id_, true);
+  loop_ = nullptr;
+  id_ = 0;
+}
+
+void PosixEventLoop::Watch::resetBeforeClose() {
+  if (loop_) loop_->endWatch(id_, false);
+  loop_ = nullptr;
+  id_ = 0;
+}
+
+PosixEventLoop::PosixEventLoop()
+    : epoll_(mustHave(::epoll_create1(EPOLL_CLOEXEC), "epoll_create1")),
+      fetched_(kFetchedAtOnce),
+      roundTime_(steady_clock::now()) {}
+
+PosixEventLoop::~PosixEventLoop() {
+  while (firstCall_) firstCall_->unlink();
+  while (!delayedCalls_.empty()) (*delayedCalls_.begin())->unlink();
+}
+
+std::unique_ptr<EventLoop::Timer> PosixEventLoop::callAfter(milliseconds delay,
+                                                            std::function<void()> callback) {
+  const bool delayed = delay > milliseconds::zero();
+  const SteadyTime now = steady_clock::now();
+  // A delay beyond the clock's reach is as good as never.
+  const SteadyTime due = !delayed                                 ? now
+                         : delay < std::chrono::hours(24 * 36500) ? now + delay
+                                                                  : SteadyTime::max();
+  auto call = std::make_unique<Call>(*this, due, nextSequence_++, std::move(callback));
+  if (delayed) {
+    call->addToDelayed();
+  } else {
+    call->appendToQueue();
+  }
+  if (timerDescriptor_ && !inRound_) armTimerDescriptor();
+  return call;
+}
+
+PosixEventLoop::Watch PosixEventLoop::watch(int fd, std::uint32_t events, DescriptorHandler& handler) {
+  std::uint32_t index = 0;
+  if (freeWatches_.empty()) {
+    index = static_cast<std::uint32_t>(watches_.size());
+    watches_.emplace_back();
+    freeWatches_.reserve(watches_.capacity());
+  } else {
+    index = freeWatches_.back();
+    freeWatches_.pop_back();
+  }
+  Watched& watched = watches_[index];
+  const std::uint64_t id = std::uint64_t{watched.generation} << 32 | index;
+  epoll_event wanted{};
+  wanted.events = events;
+  wanted.data.u64 = id;
+  if (::epoll_ctl(epoll_.get(), EPOLL_CTL_ADD, fd, &wanted) != 0) {
+    freeWatches_.push_back(index);
+    return {};
+  }
+  watched.handler = &handler;
+  watched.fd = fd;
+  watched.events = events;
+  return {*this, id};
+}
+
+PosixEventLoop::Watched* PosixEventLoop::watched(std::uint64_t id) {
+  const std::uint32_t index = indexOf(id);
+  if (index >= watches_.size()) return nullptr;
+  Watched& watched = watches_[index];
+  return watched.handler && watched.generation == generationOf(id) ? &watched : nullptr;
+}
+
+bool PosixEventLoop::watching(std::uint64_t watchId) const {
+  return const_cast<PosixEventLoop*>(this)->watched(watchId) != nullptr;
+}
+
+void PosixEventLoop::endWatch(std::uint64_t id, bool tellKernel) {
+  Watched* watched = this->watched(id);
+  if (!watched) return;
+  if (tellKernel) ::epoll_ctl(epoll_.get(), EPOLL_CTL_DEL, watched->fd, nullptr);
+  watched->handler = nullptr;
+  watched->fd = -1;
+  if (++watched->generation == 0) watched->generation = 1;
+  freeWatches_.push_back(indexOf(id));
+}
+
+void PosixEventLoop::callAtRoundEnd(RoundEndHandler& handler) {
+  if (std::find(roundEndHandlers_.begin(), roundEndHandlers_.end(), &handler) != roundEndHandlers_.end())
+    return;
+  roundEndHandlers_.push_back(&handler);
+  if (timerDescriptor_ && !inRound_) armTimerDescriptor();
+}
+
+void PosixEventLoop::cancelRoundEnd(RoundEndHandler& handler) { std::erase(roundEndHandlers_, &handler); }
+
+void PosixEventLoop::run() {
+  while (!quit_) round(timeToNextCallMs());
+  quit_ = false;
+}
+
+bool PosixEventLoop::runUntil(const std::function<bool()>& done, milliseconds limit) {
+  const SteadyTime end = steady_clock::now() + limit;
+  while (!done()) {
+    const SteadyTime now = steady_clock::now();
+    if (now >= end) return false;
+    const auto left = std::chrono::ceil<milliseconds>(end - now).count();
+    const int next = timeToNextCallMs();
+    const int longest = left > INT_MAX ? INT_MAX : static_cast<int>(left);
+    round(next < 0 ? longest : std::min(next, longest));
+  }
+  return true;
+}
+
+int PosixEventLoop::descriptor() {
+  if (!timerDescriptor_) {
+    timerDescriptor_ =
+        mustHave(::timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC), "timerfd_create");
+    epoll_event wanted{};
+    wanted.events = EPOLLIN;
+    wanted.data.u64 = kTimerDescriptorId;
+    ::epoll_ctl(epoll_.get(), EPOLL_CTL_ADD, timerDescriptor_.get(), &wanted);
+    armTimerDescriptor();
+  }
+  return epoll_.get();
+}
+
+void PosixEventLoop::dispatchPending() { round(0); }
+
+void PosixEventLoop::round(int timeoutMs) {
+  if (inRound_) return;  // a callback that pumps the loop would turn one thread's order upside down
+  inRound_ = true;
+  ++roundNumber_;
+  const std::uint64_t before = nextSequence_;
+  const int count = ::epoll_wait(epoll_.get(), fetched_.data(), static_cast<int>(fetched_.size()), timeoutMs);
+  roundTime_ = steady_clock::now();
+  for (int i = 0; i < count; ++i) {
+    const epoll_event& event = fetched_[static_cast<std::size_t>(i)];
+    if (event.data.u64 == kTimerDescriptorId) {
+      armedFor_ = SteadyTime::min();  // it has fired: set it anew, which also makes it unreadable
+      continue;
+    }
+    if (const Watched* watched = this->watched(event.data.u64)) watched->handler->onDescriptor(event.events);
+  }
+  runDueCalls(before);
+  endRound();
+  inRound_ = false;
+  if (timerDescriptor_) armTimerDescriptor();
+}
+
+PosixEventLoop::Call* PosixEventLoop::nextDueCall(std::uint64_t before, SteadyTime now) const {
+  Call* next = firstCall_ && firstCall_->sequence() < before ? firstCall_ : nullptr;
+  if (!delayedCalls_.empty()) {
+    Call* delayed = *delayedCalls_.begin();
+    if (delayed->due() <= now && delayed->sequence() < before && (!next || Earlier()(delayed, next))) {
+      next = delayed;
+    }
+  }
+  return next;
+}
+
+void PosixEventLoop::runDueCalls(std::uint64_t before) {
+  if (!firstCall_ && delayedCalls_.empty()) return;
+  const SteadyTime now = steady_clock::now();
+  while (Call* call = nextDueCall(before, now)) call->run();
+}
+
+void PosixEventLoop::endRound() {
+  while (!roundEndHandlers_.empty()) {
+    RoundEndHandler* handler = roundEndHandlers_.back();
+    roundEndHandlers_.pop_back();
+    handler->onRoundEnd();
+  }
+}
+
+int PosixEventLoop::timeToNextCallMs() const {
+  if (firstCall_ || !roundEndHandlers_.empty()) return 0;
+  if (delayedCalls_.empty()) return -1;
+  const auto wait = (*delayedCalls_.begin())->due() - steady_clock::now();
+  if (wait <= SteadyTime::duration::zero()) return 0;
+  // Rounded up: a wait that ends early would only go round for nothing.
+  const auto ms = std::chrono::ceil<milliseconds>(wait).count();
+  return ms > INT_MAX ? INT_MAX : static_cast<int>(ms);
+}
+
+void PosixEventLoop::armTimerDescriptor() {
+  SteadyTime due = SteadyTime::max();
+  if (firstCall_ || !roundEndHandlers_.empty()) {
+    due = SteadyTime() + std::chrono::nanoseconds(1);
+  } else if (!delayedCalls_.empty()) {
+    due = (*delayedCalls_.begin())->due();
+  }
+  if (due == armedFor_) return;
+  armedFor_ = due;
+  itimerspec spec{};  // all zero: never
+  if (due != SteadyTime::max()) {
+    const auto ns = std::chrono::duration_cast<std::chrono::nanoseconds>(due.time_since_epoch()).count();
+    spec.it_value.tv_sec = static_cast<time_t>(ns / 1'000'000'000);
+    spec.it_value.tv_nsec = static_cast<long>(ns % 1'000'000'000);
+  }
+  ::timerfd_settime(timerDescriptor_.get(), TFD_TIMER_ABSTIME, &spec, nullptr);
+}
+
+}  // namespace kova::platform::posix

@@ -1,0 +1,181 @@
+#include "platform/posix/files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "platform/posix/file_descriptor.h"
+#include "platform/posix/write_all.h"
+
+namespace kova::platform::posix {
+
+namespace {
+
+constexpr std::size_t kReadAhead = 32 * 1024;
+constexpr std::size_t kGathered = 32 * 1024;
+constexpr mode_t kOwnerOnly = S_IRUSR | S_IWUSR;
+
+int fileErrorOf(int error) {
+  switch (error) {
+    case 0:
+      return file_error::kNone;
+    case ENOENT:
+      return file_error::kNotFound;
+    case ENOTDIR:
+    case ENAMETOOLONG:
+    case ELOOP:
+      return file_error::kPathNotFound;
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG:
+      return file_error::kDiskFull;
+    case EMFILE:
+    case ENFILE:
+      return file_error::kTooManyFiles;
+    case EACCES:
+    case EPERM:
+    case EROFS:
+      return file_error::kPermissionDenied;
+    case EIO:
+    case ENXIO:
+    case ENODEV:
+      return file_error::kDeviceError;
+    default:
+      return file_error::kAccessError;
+  }
+}
+
+/// A NUL would end the name early and open another file.
+bool canBeName(const std::string& path) { return !path.empty() && path.find('\0') == std::string::npos; }
+
+class PosixInputFile final : public InputFile {
+ public:
+  explicit PosixInputFile(FileDescriptor file, std::size_t length)
+      : file_(std::move(file)), readAhead_(std::min(length, kReadAhead)) {}
+
+  std::int64_t length() const override {
+    struct stat info{};
+    return ::fstat(file_.get(), &info) == 0 ? static_cast<std::int64_t>(info.st_size) : 0;
+  }
+
+  long readAt(std::int64_t offset, std::span<char> into) override {
+    if (offset < 0) return -1;
+    std::size_t done = 0;
+    while (done < into.size()) {
+      const std::int64_t at = offset + static_cast<std::int64_t>(done);
+      if (at < start_ || at >= start_ + static_cast<std::int64_t>(filled_)) {
+        if (!fill(at, into.size() - done)) return -1;
+        if (filled_ == 0) break;
+      }
+      const auto skip = static_cast<std::size_t>(at - start_);
+      const std::size_t count = std::min(into.size() - done, filled_ - skip);
+      std::memcpy(into.data() + done, buffer_.data() + skip, count);
+      done += count;
+    }
+    return static_cast<long>(done);
+  }
+
+ private:
+  bool fill(std::int64_t offset, std::size_t wanted) {
+    buffer_.resize(std::max(readAhead_, std::min(wanted, kReadAhead)));
+    start_ = offset;
+    filled_ = 0;
+    ssize_t count = 0;
+    do {
+      count = ::pread(file_.get(), buffer_.data(), buffer_.size(), offset);
+    } while (count < 0 && errno == EINTR);
+    if (count < 0) return false;
+    filled_ = static_cast<std::size_t>(count);
+    return true;
+  }
+
+  FileDescriptor file_;
+  std::size_t readAhead_;  // a small file gets a small buffer
+  std::vector<char> buffer_;
+  std::int64_t start_ = 0;
+  std::size_t filled_ = 0;
+};
+
+class PosixOutputFile final : public OutputFile {
+ public:
+  explicit PosixOutputFile(FileDescriptor file) : file_(std::move(file)) {}
+  ~PosixOutputFile() override { close(); }
+
+  bool write(std::string_view bytes) override {
+    if (!file_ || failed_) return false;
+    gathered_.append(bytes);
+    if (gathered_.size() >= kGathered) flush();
+    return !failed_;
+  }
+
+  bool close() override {
+    if (!file_) return !failed_;
+    if (!failed_) flush();
+    if (!file_.reset()) failed_ = true;
+    return !failed_;
+  }
+
+ private:
+  void flush() {
+    if (!writeAll(file_.get(), gathered_)) failed_ = true;
+    gathered_.clear();
+  }
+
+  FileDescriptor file_;
+  std::string gathered_;
+  bool failed_ = false;
+};
+
+}  // namespace
+
+FileResult<std::int64_t> PosixFiles::length(const std::string& path) {
+  struct stat info{};
+  if (!canBeName(path)) return {std::nullopt, file_error::kNotFound};
+  if (::stat(path.c_str(), &info) != 0) return {std::nullopt, fileErrorOf(errno)};
+  if (!S_ISREG(info.st_mode)) return {std::nullopt, file_error::kNotFound};
+  return {static_cast<std::int64_t>(info.st_size), file_error::kNone};
+}
+
+FileResult<std::unique_ptr<InputFile>> PosixFiles::open(const std::string& path) {
+  if (!canBeName(path)) return {std::nullopt, file_error::kNotFound};
+  // Without O_NONBLOCK a pipe in the directory would hold the program up until somebody writes into it.
+  FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+  if (!file) return {std::nullopt, fileErrorOf(errno)};
+  struct stat info{};
+  if (::fstat(file.get(), &info) != 0) return {std::nullopt, fileErrorOf(errno)};
+  if (!S_ISREG(info.st_mode)) return {std::nullopt, file_error::kNotFound};
+  return {std::make_unique<PosixInputFile>(std::move(file), static_cast<std::size_t>(info.st_size)),
+          file_error::kNone};
+}
+
+std::unique_ptr<OutputFile> PosixFiles::create(const std::string& path) {
+  if (!canBeName(path)) return nullptr;
+  constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+  FileDescriptor file(::open(path.c_str(), kFlags, kOwnerOnly));
+  if (!file && errno == EEXIST && ::unlink(path.c_str()) == 0) {
+    file = FileDescriptor(::open(path.c_str(), kFlags, kOwnerOnly));
+  }
+  if (!file) return nullptr;
+  return std::make_unique<PosixOutputFile>(std::move(file));
+}
+
+bool PosixFiles::append(const std::string& path, std::string_view bytes) {
+  if (!canBeName(path)) return false;
+  FileDescriptor file(
+      ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_CLOEXEC | O_NOCTTY, kOwnerOnly));
+  if (!file) return false;
+  struct stat info{};
+  if (::fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode)) return false;
+  const bool written = writeAll(file.get(), bytes);
+  return file.reset() && written;
+}
+
+bool PosixFiles::remove(const std::string& path) { return canBeName(path) && ::unlink(path.c_str()) == 0; }
+
+}  // namespace kova::platform::posix

@@ -1,0 +1,45 @@
+#include "server/log.h"
+
+#include <algorithm>
+
+#include "base/date_format.h"
+#include "base/text.h"
+
+namespace kova::server {
+
+ServerLog::ServerLog(const platform::Clock& clock, platform::Files& files, platform::LogBox& box,
+                     std::string executable)
+    : clock_(clock), files_(files), box_(box), executable_(std::move(executable)) {}
+
+void ServerLog::LogLine(std::string_view text) {
+  std::string line = base::toUtf8(text);
+  std::replace_if(
+      line.begin(), line.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '.');
+  // Two stamps: the file and the box may differ by a second.
+  if (traceFile && !traceFile().empty()) WriteTraceLine(base::logStamp(clock_.localNow()) + line);
+  AppendLogBox(base::logStamp(clock_.localNow()) + line);
+}
+
+void ServerLog::LogError(std::string_view message, int error, std::string_view peer, std::int64_t position) {
+  std::string line(message);
+  line.append(": ").append(std::to_string(error)).append(" on client ").append(peer);
+  line.append(" at BYTE ").append(std::to_string(position));
+  LogLine(line);
+}
+
+void ServerLog::AppendLogBox(std::string_view line) {
+  std::string ended(line);
+  ended += base::kCrLf;
+  box_.append(ended);
+  if (onLine) onLine(ended);
+}
+
+void ServerLog::WriteTraceLine(std::string_view line) {
+  const std::string file = traceFile ? traceFile() : std::string();
+  if (file.empty()) return;
+  std::string ended = executable_ + " APP: ";
+  ended.append(line).append(base::kCrLf);
+  files_.append(file, ended);
+}
+
+}  // namespace kova::server

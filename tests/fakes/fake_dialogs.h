@@ -1,0 +1,41 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/dialogs.h"
+
+namespace kova::fakes {
+
+/// An owner at the desk: message boxes are written down, questions wait until the test answers.
+class FakeDialogs : public platform::Dialogs {
+ public:
+  std::vector<std::string> messages;
+  std::string question;
+  std::vector<FileFilter> filters;
+  std::function<void(bool)> answerYesNo;
+  std::function<void(std::string)> answerChoice;
+
+  void message(const std::string& text, platform::MessageIcon, const std::string&) override {
+    messages.push_back(text);
+  }
+  void askYesNo(const std::string& text, platform::MessageIcon, const std::string&,
+                std::function<void(bool)> answer) override {
+    question = text;
+    answerYesNo = std::move(answer);
+  }
+  void chooseFolder(const std::string& prompt, std::function<void(std::string)> answer) override {
+    question = prompt;
+    answerChoice = std::move(answer);
+  }
+  void chooseFile(const std::string& title, const std::vector<FileFilter>& offered,
+                  std::function<void(std::string)> answer) override {
+    question = title;
+    filters = offered;
+    answerChoice = std::move(answer);
+  }
+};
+
+}  // namespace kova::fakes

@@ -8,8 +8,8 @@
 
 namespace kova::app {
 
-/// Boxes of a program without a desktop: a message becomes a log line, and a question, which nobody is there to
-/// answer, is answered with the harmless answer.
+/// Boxes of a program without a desktop: a message becomes a log line, and a question, which nobody is there
+/// to answer, is answered with the harmless answer.
 class HeadlessDialogs : public platform::Dialogs {
  public:
   std::function<void(const std::string&)> log;

@@ -29,7 +29,8 @@ int main(int argc, char** argv) {
 
   const std::span<char*> arguments(argv, static_cast<std::size_t>(argc));
   std::string error;
-  const auto options = kova::app::parseOptions({arguments.data() + (argc > 0 ? 1 : 0), argc > 0 ? arguments.size() - 1 : 0}, error);
+  const auto options = kova::app::parseOptions(
+      {arguments.data() + (argc > 0 ? 1 : 0), argc > 0 ? arguments.size() - 1 : 0}, error);
   if (!options) {
     std::cerr << "tarvel_wapd: " << error << "\n" << kova::app::usage();
     return kBadOption;
@@ -46,8 +47,9 @@ int main(int argc, char** argv) {
   std::error_code failure;
   const auto home = std::filesystem::canonical(options->home.value_or(executableFolder()), failure);
   if (failure || chdir(home.c_str()) != 0) {
-    std::cerr << "tarvel_wapd: cannot use " << options->home.value_or(executableFolder()) << " as the program's folder: "
-              << (failure ? failure.message() : "no right to enter it") << "\n";
+    std::cerr << "tarvel_wapd: cannot use " << options->home.value_or(executableFolder())
+              << " as the program's folder: " << (failure ? failure.message() : "no right to enter it")
+              << "\n";
     return kCannotStart;
   }
 

@@ -53,11 +53,13 @@ std::optional<Options> parseOptions(std::span<const char* const> arguments, std:
 }
 
 std::string usage() {
-  return "usage: tarvel_wapd --home DIR [--address A] [--port N] [--max-clients N] [--start] [--start-paging]\n"
+  return "usage: tarvel_wapd --home DIR [--address A] [--port N] [--max-clients N] [--start] "
+         "[--start-paging]\n"
          "\n"
          "Serves the owner's calendar, contacts, inbox, tasks and notes to WAP phones.\n"
          "\n"
-         "  --home DIR         the program's folder: tarvel_wap.ini lies in it (default: the folder of the program)\n"
+         "  --home DIR         the program's folder: tarvel_wap.ini lies in it (default: the folder of the "
+         "program)\n"
          "  --address A        local IP address to listen on\n"
          "  --port N           TCP port, 1 to 65535\n"
          "  --max-clients N    phones served at once, 0 to 999\n"

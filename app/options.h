@@ -18,7 +18,8 @@ struct Options {
   bool version = false;
 };
 
-/// The options as "--name value" or "--name=value". On a bad option the result is empty and `error` says which.
+/// The options as "--name value" or "--name=value". On a bad option the result is empty and `error` says
+/// which.
 std::optional<Options> parseOptions(std::span<const char* const> arguments, std::string& error);
 
 /// The usage text.

@@ -21,8 +21,14 @@ constexpr std::chrono::milliseconds kLastAnswers{1000};
 /// How often lines that nobody takes are offered again.
 constexpr std::chrono::milliseconds kOutputRetry{100};
 
-std::vector<std::string> privatePaths(const std::string& folder, const platform::local_outlook::Folders& outlook) {
-  return {folder + "/" + std::string(settings::kSettingsFile), outlook.calendar, outlook.contacts, outlook.tasks, outlook.notes, outlook.inbox};
+std::vector<std::string> privatePaths(const std::string& folder,
+                                      const platform::local_outlook::Folders& outlook) {
+  return {folder + "/" + std::string(settings::kSettingsFile),
+          outlook.calendar,
+          outlook.contacts,
+          outlook.tasks,
+          outlook.notes,
+          outlook.inbox};
 }
 
 }  // namespace
@@ -33,9 +39,10 @@ Program::Program(std::string folder)
       settings_(folder_, profileFile_, files_.separator()),
       output_(STDOUT_FILENO),
       outlookFolders_(outlookFolders()),
-      window_({loop_, sockets_, files_, clock_, dialogs_, hostLookup_, settings_}, folder_, "tarvel_wapd",
-              [this](const std::string& path) { wml::writeNoSupportDeck(files_, path); },
-              privatePaths(folder_, outlookFolders_)),
+      window_(
+          {loop_, sockets_, files_, clock_, dialogs_, hostLookup_, settings_}, folder_, "tarvel_wapd",
+          [this](const std::string& path) { wml::writeNoSupportDeck(files_, path); },
+          privatePaths(folder_, outlookFolders_)),
       outlook_(outlookFolders_, [this](const std::string& text) { window_.log.LogLine(text); }),
       host_(window_),
       pages_(host_, files_, clock_, outlook_) {

@@ -11,19 +11,27 @@ using server::PageHandler;
 using server::PageRequest;
 using wml::Pages;
 
-/// A page that is built without waiting.
-PageHandler page(Pages& pages, void (Pages::*build)(int slot, const std::string& F)) {
-  return [&pages, build](PageRequest request) -> base::Task<int> {
-    (pages.*build)(request.slot, request.F);
-    co_return 0;
-  };
+using Page = void (Pages::*)(int slot, const std::string& F);
+using Query = void (Pages::*)(int slot, const std::string& F, const std::string& parameters);
+
+// The pages are built without waiting.
+
+base::Task<int> runPage(Pages* pages, Page build, PageRequest request) {
+  (pages->*build)(request.slot, request.F);
+  co_return 0;
 }
 
-PageHandler query(Pages& pages, void (Pages::*build)(int slot, const std::string& F, const std::string& parameters)) {
-  return [&pages, build](PageRequest request) -> base::Task<int> {
-    (pages.*build)(request.slot, request.F, request.parameters);
-    co_return 0;
-  };
+base::Task<int> runQuery(Pages* pages, Query build, PageRequest request) {
+  (pages->*build)(request.slot, request.F, request.parameters);
+  co_return 0;
+}
+
+PageHandler page(Pages& pages, Page build) {
+  return [&pages, build](PageRequest request) { return runPage(&pages, build, std::move(request)); };
+}
+
+PageHandler query(Pages& pages, Query build) {
+  return [&pages, build](PageRequest request) { return runQuery(&pages, build, std::move(request)); };
 }
 
 }  // namespace

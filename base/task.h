@@ -65,6 +65,8 @@ class [[nodiscard]] Task {
   using Handle = std::coroutine_handle<promise_type>;
 
   explicit Task(Handle handle) : handle_(handle) {}
+  Task(const Task&) = delete;
+  Task& operator=(const Task&) = delete;
   Task(Task&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
   Task& operator=(Task&& other) noexcept {
     if (this != &other) {

@@ -49,9 +49,7 @@ void TextBox::selectAll() {
   shown();
 }
 
-std::string_view LogBox::text() const {
-  return std::string_view(text_).substr(startOfLast(text_, max_));
-}
+std::string_view LogBox::text() const { return std::string_view(text_).substr(startOfLast(text_, max_)); }
 
 void LogBox::append(std::string_view text) {
   text_ += text;

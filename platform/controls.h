@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <functional>
 #include <string>
@@ -8,8 +9,8 @@
 
 namespace kova::platform {
 
-/// Controls are plain data with events. A window's logic sets and reads them; a view, where there is one, shows
-/// them and hears of every change through `onShown`. Values and captions are UTF-8.
+/// Controls are plain data with events. A window's logic sets and reads them; a view, where there is one,
+/// shows them and hears of every change through `onShown`. Values and captions are UTF-8.
 class Control {
  public:
   explicit Control(std::string name) : name_(std::move(name)) {}
@@ -50,8 +51,8 @@ class TextBox : public Control {
   using Control::Control;
 
   const std::string& text() const { return text_; }
-  /// Sets the text, by the owner's typing or by the program alike; raises onChange when it differs. A text ends at
-  /// its first NUL, as in a native edit control.
+  /// Sets the text, by the owner's typing or by the program alike; raises onChange when it differs. A text
+  /// ends at its first NUL, as in a native edit control.
   void setText(std::string text);
 
   void selectAll();
@@ -64,8 +65,16 @@ class TextBox : public Control {
   bool allSelected_ = false;
 };
 
-/// A box for a running log: text is added at the end, where the caret stays, and only the newest characters are
-/// kept.
+/// Text boxes that share a name and are told apart by a number behind it: "btitle0", "btitle1", ...
+template <std::size_t kCount>
+std::array<TextBox, kCount> textBoxes(const std::string& name) {
+  return [&name]<std::size_t... kIndex>(std::index_sequence<kIndex...>) {
+    return std::array<TextBox, kCount>{TextBox(name + std::to_string(kIndex))...};
+  }(std::make_index_sequence<kCount>());
+}
+
+/// A box for a running log: text is added at the end, where the caret stays, and only the newest characters
+/// are kept.
 class LogBox : public Control {
  public:
   LogBox(std::string name, std::size_t maxCharacters) : Control(std::move(name)), max_(maxCharacters) {}
@@ -99,7 +108,8 @@ class CheckBox : public Control {
 /// One of a group of which exactly one is chosen.
 class OptionButton : public Control {
  public:
-  OptionButton(std::string name, std::string caption) : Control(std::move(name)), caption_(std::move(caption)) {}
+  OptionButton(std::string name, std::string caption)
+      : Control(std::move(name)), caption_(std::move(caption)) {}
 
   const std::string& caption() const { return caption_; }
   bool chosen() const { return chosen_; }

@@ -18,9 +18,9 @@ class EventLoop {
 
   virtual ~EventLoop() = default;
 
-  /// Calls `callback` once, at the earliest `delay` from now and never from inside callAfter itself. Calls that
-  /// fall due together run in the order in which they were asked for. A delay of zero lets every event that is
-  /// already pending run first. The result is never null.
+  /// Calls `callback` once, at the earliest `delay` from now and never from inside callAfter itself. Calls
+  /// that fall due together run in the order in which they were asked for. A delay of zero lets every event
+  /// that is already pending run first. The result is never null.
   [[nodiscard]] virtual std::unique_ptr<Timer> callAfter(std::chrono::milliseconds delay,
                                                          std::function<void()> callback) = 0;
 };

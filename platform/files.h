@@ -27,8 +27,8 @@ class InputFile {
   virtual ~InputFile() = default;
   /// Present length in bytes.
   virtual std::int64_t length() const = 0;
-  /// Fills `into` from byte `offset` (0-based) on and returns the count, less than asked for only at the end of
-  /// the file; negative on failure.
+  /// Fills `into` from byte `offset` (0-based) on and returns the count, less than asked for only at the end
+  /// of the file; negative on failure.
   virtual long readAt(std::int64_t offset, std::span<char> into) = 0;
 };
 
@@ -59,8 +59,8 @@ class Files {
   /// Opens a regular file (links are followed). Never blocks on what is not one.
   virtual FileResult<std::unique_ptr<InputFile>> open(const std::string& path) = 0;
 
-  /// A new empty file that only its owner may read (mode 0600), in place of whatever had that name; an earlier
-  /// file is not written into, and a link is replaced, not followed. Null on failure.
+  /// A new empty file that only its owner may read (mode 0600), in place of whatever had that name; an
+  /// earlier file is not written into, and a link is replaced, not followed. Null on failure.
   virtual std::unique_ptr<OutputFile> create(const std::string& path) = 0;
 
   /// Adds to the end of a file, which is made (mode 0600) when it is missing. False on failure.

@@ -8,11 +8,11 @@
 #include "platform/date_time.h"
 
 /// The operations of the Outlook object model that the program uses, under their own names, and nothing else.
-/// A session is made, used and dropped by one procedure; nothing is kept between two of them, and a change made by
-/// another program shows in the next session.
+/// A session is made, used and dropped by one procedure; nothing is kept between two of them, and a change
+/// made by another program shows in the next session.
 ///
-/// A call that fails says so in its result (null, empty, false); it has then changed nothing, and the caller gives
-/// up what it was doing.
+/// A call that fails says so in its result (null, empty, false); it has then changed nothing, and the caller
+/// gives up what it was doing.
 namespace kova::platform::outlook {
 
 enum class FolderNumber { kInbox = 6, kCalendar = 9, kContacts = 10, kNotes = 12, kTasks = 13 };
@@ -83,16 +83,17 @@ class Items {
  public:
   virtual ~Items() = default;
 
-  /// Sorts ascending by a key such as "[Start]" or "[ReceivedTime]". A key that the folder's items do not have is
-  /// refused: the result is false and the order stays the folder's own, in which the items were added.
+  /// Sorts ascending by a key such as "[Start]" or "[ReceivedTime]". A key that the folder's items do not
+  /// have is refused: the result is false and the order stays the folder's own, in which the items were
+  /// added.
   virtual bool sort(std::string_view key) = 0;
 
-  /// True: a recurring appointment stands once per occurrence, each with its own Start and End. An endless series
-  /// is then only iterated within the bounds of a restriction; without one it stands once.
+  /// True: a recurring appointment stands once per occurrence, each with its own Start and End. An endless
+  /// series is then only iterated within the bounds of a restriction; without one it stands once.
   virtual void setIncludeRecurrences(bool on) = 0;
 
-  /// The items that match, in the same order; null when the filter cannot be read. Two forms are known, with X and
-  /// Y date-times in double quotes ("2005/03/14 12:00 AM", leading blanks and a missing time allowed):
+  /// The items that match, in the same order; null when the filter cannot be read. Two forms are known, with
+  /// X and Y date-times in double quotes ("2005/03/14 12:00 AM", leading blanks and a missing time allowed):
   ///   [Start] < "X" AND [End] > "Y"
   ///   [Start] >= "X" AND [Start] < "Y"
   virtual std::unique_ptr<Items> restrict(std::string_view filter) = 0;

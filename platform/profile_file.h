@@ -5,8 +5,8 @@
 
 namespace kova::platform {
 
-/// The profile-string calls on an INI-style file: sections in square brackets, "key=value" lines below them, lines
-/// ended by CR LF. Section and key match without regard to case; the first of a name counts.
+/// The profile-string calls on an INI-style file: sections in square brackets, "key=value" lines below them,
+/// lines ended by CR LF. Section and key match without regard to case; the first of a name counts.
 class ProfileFile {
  public:
   virtual ~ProfileFile() = default;
@@ -16,8 +16,8 @@ class ProfileFile {
   virtual std::string read(const std::string& section, const std::string& key, const std::string& fallback,
                            std::size_t size, const std::string& path) = 0;
 
-  /// Sets one key and leaves every other line as it is. False when the file could not be written; it is then as
-  /// it was before.
+  /// Sets one key and leaves every other line as it is. False when the file could not be written; it is then
+  /// as it was before.
   virtual bool write(const std::string& section, const std::string& key, const std::string& value,
                      const std::string& path) = 0;
 };

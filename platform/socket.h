@@ -24,8 +24,8 @@ inline constexpr int kTimedOut = 24060;
 /// A connection that the kernel has finished but nobody has taken yet. Only valid during the accept event.
 using PendingHandle = int;
 
-/// What a socket tells its owner. Every event comes from the event loop, never from inside a call on the socket,
-/// and none comes after disconnect(), setEvents({}) or the socket's destruction.
+/// What a socket tells its owner. Every event comes from the event loop, never from inside a call on the
+/// socket, and none comes after disconnect(), setEvents({}) or the socket's destruction.
 struct SocketEvents {
   std::function<void(PendingHandle)> accept;  ///< a listening socket has a connection to hand over
   std::function<void()> connect;              ///< an accepted or connecting socket is connected now
@@ -65,20 +65,20 @@ class Socket {
   /// Takes over the connection that an accept event announced. The connect event follows. False on failure.
   virtual bool accept(PendingHandle pending) = 0;
 
-  /// Stops listening, or closes the connection: connected() is false at once, and what was written before still
-  /// reaches the peer as long as he takes it within a bounded time. Returns 0, or non-zero on failure.
+  /// Stops listening, or closes the connection: connected() is false at once, and what was written before
+  /// still reaches the peer as long as he takes it within a bounded time. Returns 0, or non-zero on failure.
   virtual int disconnect() = 0;
 
-  /// Reads at most `limit` bytes into `into` (whose old content is gone) and returns their count; 0 when the peer
-  /// has closed; negative on failure, with lastError() set (kWouldBlock when there is nothing to read).
+  /// Reads at most `limit` bytes into `into` (whose old content is gone) and returns their count; 0 when the
+  /// peer has closed; negative on failure, with lastError() set (kWouldBlock when there is nothing to read).
   virtual long read(std::string& into, std::size_t limit) = 0;
 
   /// Writes all of `bytes` or a part of it and returns the count; negative on failure, with lastError() set.
   /// What is counted as written is not lost, however slow the peer is.
   virtual long write(std::string_view bytes) = 0;
 
-  /// False while the last write is still on its way into the network; a write now would fail with kWouldBlock.
-  /// The writeReady event tells when it is true again.
+  /// False while the last write is still on its way into the network; a write now would fail with
+  /// kWouldBlock. The writeReady event tells when it is true again.
   virtual bool readyToWrite() const = 0;
 
   virtual int lastError() const = 0;

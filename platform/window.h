@@ -6,7 +6,8 @@
 
 namespace kova::platform {
 
-/// A window as data: its name, its title and whether it is shown. A view, where there is one, follows `onShown`.
+/// A window as data: its name, its title and whether it is shown. A view, where there is one, follows
+/// `onShown`.
 class Window {
  public:
   Window(std::string name, std::string title) : name_(std::move(name)), title_(std::move(title)) {}

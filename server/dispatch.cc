@@ -69,7 +69,7 @@ base::Task<> Dispatcher::runGetRoutes(int index) {
       }
       parameters = whole.substr(whole.find('?') + 1);
     }
-    const bool send = co_await build(index, route.name, *handler, std::move(parameters));
+    const bool send = co_await build(index, route.name, handler, std::move(parameters));
     if (send) answer(index);
     co_return;
   }
@@ -83,7 +83,7 @@ base::Task<> Dispatcher::runPostRoutes(int index, std::string body) {
   for (const std::string_view name : kPostRoutes) {
     if (!isRoute(path, name)) continue;
     const Route& handlers = routes_[std::string(name)];
-    const PageHandler& handler = name == "ocon" ? handlers.search : handlers.query;
+    const PageHandler* handler = name == "ocon" ? &handlers.search : &handlers.query;
     const bool send = co_await build(index, name, handler, std::move(body));
     if (send) answer(index);
     co_return;
@@ -91,7 +91,7 @@ base::Task<> Dispatcher::runPostRoutes(int index, std::string body) {
   answer(index);
 }
 
-base::Task<bool> Dispatcher::build(int index, std::string_view name, const PageHandler& handler,
+base::Task<bool> Dispatcher::build(int index, std::string_view name, const PageHandler* handler,
                                    std::string parameters) {
   PageRequest request;
   request.slot = index;
@@ -105,8 +105,8 @@ base::Task<bool> Dispatcher::build(int index, std::string_view name, const PageH
   client.Kind = PathKind::kTemporaryDeck;
   client.TemporaryDeck = responses_.inPageDirectory(request.F);
   int status = 0;
-  if (handler) {
-    status = co_await handler(std::move(request));
+  if (*handler) {
+    status = co_await (*handler)(std::move(request));
   }
   co_return status <= 0 && slots_.serves(index, generation);
 }

@@ -19,8 +19,8 @@ struct PageRequest {
   std::string F;
   /// The query behind the "?", or the body of a POST; empty when there is none.
   std::string parameters;
-  /// False once the phone has hung up: whoever has waited asks before he writes the deck, since the slot, and with
-  /// it the deck's name, may serve somebody else by then.
+  /// False once the phone has hung up: whoever has waited asks before he writes the deck, since the slot, and
+  /// with it the deck's name, may serve somebody else by then.
   std::function<bool()> wanted;
 };
 
@@ -46,8 +46,8 @@ class Dispatcher {
 
   void setRoutes(RouteTable routes) { routes_ = std::move(routes); }
 
-  /// Answers the GET request whose path is in the client's RequestPath. A query that cannot be decoded drops the
-  /// client.
+  /// Answers the GET request whose path is in the client's RequestPath. A query that cannot be decoded drops
+  /// the client.
   base::Task<> runGetRoutes(int index);
 
   /// Likewise for a POST; `body` is already decoded.
@@ -55,7 +55,8 @@ class Dispatcher {
 
  private:
   /// Runs a handler; false when nothing is to be sent any more.
-  base::Task<bool> build(int index, std::string_view name, const PageHandler& handler, std::string parameters);
+  base::Task<bool> build(int index, std::string_view name, const PageHandler* handler,
+                         std::string parameters);
   void answer(int index);
 
   ClientSlots& slots_;

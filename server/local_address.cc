@@ -27,8 +27,8 @@ std::string addressOfThisHost(platform::HostLookup& lookup, platform::Dialogs& d
   if (addresses.empty()) {
     return fail("Windows Sockets are not responding. Unable to successfully get Host Name.");
   }
-  const bool onlyLoopback =
-      std::all_of(addresses.begin(), addresses.end(), [](const std::string& a) { return a.starts_with("127."); });
+  const bool onlyLoopback = std::all_of(addresses.begin(), addresses.end(),
+                                        [](const std::string& a) { return a.starts_with("127."); });
   if (onlyLoopback) {
     if (const auto outward = lookup.defaultRouteAddress()) return *outward;
   }

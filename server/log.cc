@@ -13,8 +13,7 @@ ServerLog::ServerLog(const platform::Clock& clock, platform::Files& files, platf
 
 void ServerLog::LogLine(std::string_view text) {
   std::string line = base::toUtf8(text);
-  std::replace_if(
-      line.begin(), line.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '.');
+  std::replace_if(line.begin(), line.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '.');
   // Two stamps: the file and the box may differ by a second.
   if (traceFile && !traceFile().empty()) WriteTraceLine(base::logStamp(clock_.localNow()) + line);
   AppendLogBox(base::logStamp(clock_.localNow()) + line);

@@ -18,13 +18,15 @@ class ServerLog {
   /// The log box keeps this many of its newest characters.
   static constexpr std::size_t kBoxCharacters = 16000;
 
-  ServerLog(const platform::Clock& clock, platform::Files& files, platform::LogBox& box, std::string executable);
+  ServerLog(const platform::Clock& clock, platform::Files& files, platform::LogBox& box,
+            std::string executable);
 
-  /// Stamps a line and writes it to the trace file and the log box. A line is one line of text: control characters
-  /// that a phone has put into it are shown as "." and bytes that are not UTF-8 as ISO-8859-1.
+  /// Stamps a line and writes it to the trace file and the log box. A line is one line of text: control
+  /// characters that a phone has put into it are shown as "." and bytes that are not UTF-8 as ISO-8859-1.
   void LogLine(std::string_view text);
 
-  /// An error line: `message` (which ends with its own "Error #"), the number, the peer and a position in bytes.
+  /// An error line: `message` (which ends with its own "Error #"), the number, the peer and a position in
+  /// bytes.
   void LogError(std::string_view message, int error, std::string_view peer, std::int64_t position);
 
   /// Adds a stamped line to the log box and keeps its newest characters.

@@ -40,8 +40,9 @@ frmMain::frmMain(Machine machine, std::string programFolder, std::string executa
       machine_(machine),
       programFolder_(std::move(programFolder)),
       slots_(machine.sockets, machine.files, log),
-      responses_(slots_, machine.files, log,
-                 {[this] { return pageDirectory(); }, std::move(privatePaths), std::move(writeNoSupportDeck)}),
+      responses_(
+          slots_, machine.files, log,
+          {[this] { return pageDirectory(); }, std::move(privatePaths), std::move(writeNoSupportDeck)}),
       dispatcher_(slots_, machine.files, responses_, [this] { return txtimage.text(); }),
       requests_(machine.loop, slots_, log, dispatcher_) {
   log.traceFile = [this] { return slots_.sockServer(0).trace().file; };
@@ -109,7 +110,9 @@ void frmMain::load() {
 }
 
 void frmMain::LoadSettings() {
-  const auto read = [this](std::string_view key) { return machine_.settings.ReadSetting(settings::kMain, key); };
+  const auto read = [this](std::string_view key) {
+    return machine_.settings.ReadSetting(settings::kMain, key);
+  };
   {
     const Scope quiet(loading_);
     editLocalPort.setText("81");
@@ -152,9 +155,9 @@ void frmMain::RefreshServerState() {
   setTitle(std::move(newTitle));
 
   cmdListen.setCaption(std::string(listens ? kStopCaption : kStartCaption));
-  platform::Control* const setUp[] = {&editLocalAddress, &editLocalPort, &editMaxClients, &editPageDirectory,
-                                      &Frame1,           &Command1,      &Command2,       &Command4,
-                                      &Command5};
+  platform::Control* const setUp[] = {&editLocalAddress,  &editLocalPort, &editMaxClients,
+                                      &editPageDirectory, &Frame1,        &Command1,
+                                      &Command2,          &Command4,      &Command5};
   for (platform::Control* control : setUp) control->setEnabled(!listens);
   cmdDisconnect.setEnabled(slots_.ActiveClients() >= 1);
 }
@@ -220,8 +223,8 @@ void frmMain::explainListenFailure(int error) {
 
 base::Task<> frmMain::cmdDisconnect_Click() {
   base::Answer<bool> question([this](std::function<void(bool)> answer) {
-    machine_.dialogs.askYesNo("Are you sure you want to disconnect all clients?", platform::MessageIcon::kQuestion,
-                              title(), std::move(answer));
+    machine_.dialogs.askYesNo("Are you sure you want to disconnect all clients?",
+                              platform::MessageIcon::kQuestion, title(), std::move(answer));
   });
   const bool yes = co_await question;
   if (!yes) co_return;
@@ -242,10 +245,10 @@ base::Task<> frmMain::chooseDirectory() {
 base::Task<> frmMain::chooseImage() {
   base::Answer<std::string> question([this](std::function<void(std::string)> answer) {
     // kept: the third label says BMP though it offers PNG files.
-    machine_.dialogs.chooseFile("Select File",
-                                {{"Jpeg Files (*.jpg)", "*.jpg"}, {"BMP Files (*.bmp)", "*.bmp"},
-                                 {"BMP Files (*.png)", "*.png"}},
-                                std::move(answer));
+    machine_.dialogs.chooseFile(
+        "Select File",
+        {{"Jpeg Files (*.jpg)", "*.jpg"}, {"BMP Files (*.bmp)", "*.bmp"}, {"BMP Files (*.png)", "*.png"}},
+        std::move(answer));
   });
   const std::string file = co_await question;
   if (!file.empty()) txtimage.setText(file);

@@ -35,17 +35,18 @@ struct Machine {
   settings::Settings& settings;
 };
 
-/// The main window: the server's set-up fields, its start and stop, its log, and the server itself. It lives as long
-/// as the program. load() is the start-up; before it nothing listens.
+/// The main window: the server's set-up fields, its start and stop, its log, and the server itself. It lives
+/// as long as the program. load() is the start-up; before it nothing listens.
 class frmMain : public platform::Window {
  public:
   /// The PIN code where the owner has set none.
   static constexpr std::string_view kDefaultPinCode = "73106482";
 
-  /// `programFolder` is where the settings file lies, without a separator at its end; `executable` is the name in
-  /// trace lines; for `privatePaths` see ResponseHost.
+  /// `programFolder` is where the settings file lies, without a separator at its end; `executable` is the
+  /// name in trace lines; for `privatePaths` see ResponseHost.
   frmMain(Machine machine, std::string programFolder, std::string executable,
-          std::function<void(const std::string& path)> writeNoSupportDeck, std::vector<std::string> privatePaths);
+          std::function<void(const std::string& path)> writeNoSupportDeck,
+          std::vector<std::string> privatePaths);
 
   /// The pages of the generated routes, before load().
   void setRoutes(RouteTable routes) { dispatcher_.setRoutes(std::move(routes)); }
@@ -53,8 +54,8 @@ class frmMain : public platform::Window {
   /// Start-up: fills the fields from the settings file and starts what the owner wants started.
   void load();
 
-  /// The folder of the served files and of the decks. A field that holds nothing or the root of the disk alone means
-  /// the program's folder: nobody meant to share his whole disk.
+  /// The folder of the served files and of the decks. A field that holds nothing or the root of the disk
+  /// alone means the program's folder: nobody meant to share his whole disk.
   std::string pageDirectory() const;
   bool listening() { return slots_.sockServer(0).listening(); }
 

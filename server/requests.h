@@ -18,18 +18,18 @@ namespace kova::server {
 
 inline constexpr std::string_view kParseError = "Error occurred while parsing the GET command";
 
-/// Decodes the percent escapes behind the first "?" of a path (of the whole text when it has none); "+" stays.
-/// Empty when a "%" is not followed by two hexadecimal digits.
+/// Decodes the percent escapes behind the first "?" of a path (of the whole text when it has none); "+"
+/// stays. Empty when a "%" is not followed by two hexadecimal digits.
 std::optional<std::string> converthexa(std::string_view text);
 
-/// Gathers the pieces of a client's request, parses it when it is complete, and has it answered. A connection has
-/// one request; what comes behind it is read and thrown away.
+/// Gathers the pieces of a client's request, parses it when it is complete, and has it answered. A connection
+/// has one request; what comes behind it is read and thrown away.
 class Requests {
  public:
   /// At most this much is read at a read event.
   static constexpr std::size_t kReadBytes = 2048;
   /// A request that is longer is no request.
-  static constexpr std::size_t kMaxRequestBytes = 64 * 1024;
+  static constexpr std::size_t kMaxRequestBytes = 65536;
 
   Requests(platform::EventLoop& loop, ClientSlots& slots, ServerLog& log, Dispatcher& dispatcher);
 
@@ -49,10 +49,11 @@ class Requests {
   base::Task<> collect(int index, std::uint64_t generation);
   base::Task<> HandleGetRequest(int index);
   base::Task<> PostCommand(int index);
-  /// Takes the path and the rest of the request line off RequestText; empty when the client was dropped for it.
+  /// Takes the path and the rest of the request line off RequestText; empty when the client was dropped for
+  /// it.
   std::optional<std::string> parseRequestLine(int index, std::size_t methodLength);
-  /// Reads the header lines in RequestText, which is empty afterwards. A POST ends its header lines with an empty
-  /// one; the result is what follows it. In a GET nothing does.
+  /// Reads the header lines in RequestText, which is empty afterwards. A POST ends its header lines with an
+  /// empty one; the result is what follows it. In a GET nothing does.
   std::string parseHeaders(int index, bool endsAtEmptyLine);
   void drop(int index, std::string_view reason, int error = 0);
 

@@ -17,10 +17,9 @@ constexpr std::string_view kNotFoundText = "Error 404: The Page is not available
 
 std::string_view typeOfExtension(std::string_view extension) {
   static constexpr std::pair<std::string_view, std::string_view> kTypes[] = {
-      {"htm", "text/html"},  {"html", "text/html"}, {"png", "image/png"},
-      {"bmp", "image/bmp"},  {"jpg", "image/jpeg"}, {"gif", "image/gif"},
-      {"txt", "text/txt"},   {"wml", kWmlType},     {"tmp", kWmlType},
-      {"exe", "application/exe"},
+      {"htm", "text/html"},  {"html", "text/html"},      {"png", "image/png"}, {"bmp", "image/bmp"},
+      {"jpg", "image/jpeg"}, {"gif", "image/gif"},       {"txt", "text/txt"},  {"wml", kWmlType},
+      {"tmp", kWmlType},     {"exe", "application/exe"},
   };
   for (const auto& [ending, type] : kTypes) {
     if (extension == ending) return type;
@@ -71,7 +70,8 @@ bool Responses::isPrivate(const std::string& file) const {
     if (!path.starts_with(folder)) continue;
     // "pages//x" and "pages/./x" name the same file as "pages/x".
     if (normal.empty()) normal = std::filesystem::path(file).lexically_normal().string();
-    if (normal.starts_with(path) && (normal.size() == path.size() || isSeparator(normal[path.size()]))) return true;
+    if (normal.starts_with(path) && (normal.size() == path.size() || isSeparator(normal[path.size()])))
+      return true;
   }
   return false;
 }
@@ -147,8 +147,8 @@ void Responses::sendBody(int index) {
   const std::int64_t length = client.FileNumber->length();
   log_.LogLine("Sending " + std::to_string(length) + " bytes to client " + std::to_string(index));
 
-  // kept: the test is "longer than the 1-based position", so a file of 0 or 1 bytes sends nothing at all, and the
-  // last byte is lost whenever the length is one more than a multiple of the piece.
+  // kept: the test is "longer than the 1-based position", so a file of 0 or 1 bytes sends nothing at all, and
+  // the last byte is lost whenever the length is one more than a multiple of the piece.
   while (length > client.SentPos) {
     // Whoever is not ready gets the rest from its write-ready event.
     if (!socket.readyToWrite()) return;
@@ -204,7 +204,8 @@ void Responses::WriteString(int index, std::string_view text) {
   ClientRecord& client = slots_.client(index);
   platform::Socket& socket = slots_.sockServer(index);
   const auto drop = [&] {
-    text.remove_prefix(std::min(text.size(), static_cast<std::size_t>(std::max<std::int64_t>(client.SentPos, 0))));
+    text.remove_prefix(
+        std::min(text.size(), static_cast<std::size_t>(std::max<std::int64_t>(client.SentPos, 0))));
   };
   drop();
   while (!text.empty()) {

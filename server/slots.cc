@@ -62,7 +62,8 @@ void ClientSlots::connected(int index) {
 
 void ClientSlots::DropClient(int index, std::string_view reason, int error) {
   platform::Socket& socket = sockServer(index);
-  std::string line = "Socket " + std::to_string(index) + " (handle = " + std::to_string(socket.handle()) + ") ";
+  std::string line =
+      "Socket " + std::to_string(index) + " (handle = " + std::to_string(socket.handle()) + ") ";
   if (socket.connected()) {
     log_.LogLine(line.append("disconnected: ").append(reason));
   } else {

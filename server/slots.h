@@ -13,8 +13,8 @@
 
 namespace kova::server {
 
-/// The socket array of the server: index 0 listens, indexes 1 and up serve one client each. Slots are made when all
-/// are taken, used again lowest index first, and never unmade.
+/// The socket array of the server: index 0 listens, indexes 1 and up serve one client each. Slots are made
+/// when all are taken, used again lowest index first, and never unmade.
 class ClientSlots {
  public:
   ClientSlots(platform::SocketFactory& sockets, platform::Files& files, ServerLog& log);
@@ -30,13 +30,13 @@ class ClientSlots {
   std::uint64_t generation(int index) const { return slots_[static_cast<std::size_t>(index)]->generation; }
   bool serves(int index, std::uint64_t generation) const { return this->generation(index) == generation; }
 
-  /// Closes one client's connection and writes its log line, whether the connection still stands or not. What was
-  /// under way for the client ends: its file is closed and its temporary deck removed. An error number other than
-  /// 0 is logged with the peer's address.
+  /// Closes one client's connection and writes its log line, whether the connection still stands or not. What
+  /// was under way for the client ends: its file is closed and its temporary deck removed. An error number
+  /// other than 0 is logged with the peer's address.
   void DropClient(int index, std::string_view reason, int error = 0);
 
-  /// Closes a client's connection and counts it off, without a log line and without ending its record. Returns the
-  /// socket's own status, non-zero on failure.
+  /// Closes a client's connection and counts it off, without a log line and without ending its record.
+  /// Returns the socket's own status, non-zero on failure.
   int disconnect(int index);
 
   /// Forgets all records, for a server that starts afresh.

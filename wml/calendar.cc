@@ -40,9 +40,11 @@ bool AddApptLine(std::string& text, outlook::Item& appointment) {
   if (!location->empty()) text.append(" (").append(WmlEscape(*location)).append(")");
   const auto body = appointment.text(TextProperty::kBody);
   if (!body) return false;
+  // The break stands with or without a body, so that the next appointment begins a line of its own.
+  text.append(kLineBreak);
   if (!body->empty()) {
     const std::string_view firstLine = std::string_view(*body).substr(0, body->find('\r'));
-    text.append(kLineBreak).append(WmlEscape(firstLine)).append(kLineBreak);
+    text.append(WmlEscape(firstLine)).append(kLineBreak);
   }
   return true;
 }

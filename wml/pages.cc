@@ -1,17 +1,12 @@
 #include "wml/pages.h"
 
-#include <algorithm>
-
 #include "wml/adding.h"
+#include "wml/deck_path.h"
 #include "wml/parameters.h"
 
 namespace kova::wml {
 
-std::string Pages::deckPath(const std::string& F) const {
-  std::string path = host_.pageDirectory();
-  if (!path.ends_with(files_.separator())) path += files_.separator();
-  return path.append(F, std::min<std::size_t>(1, F.size()));
-}
+std::string Pages::deckPath(const std::string& F) const { return wml::deckPath(host_, files_, F); }
 
 void Pages::Query_ocon(int /*slot*/, const std::string& F, const std::string& parameters) {
   Get_ocon(deckPath(F), itemPosition(parameters));

@@ -31,6 +31,7 @@ using Lines = std::vector<std::string>;
 struct Guard {
   Guard(Log& l, std::string n) : log(l), name(std::move(n)) {}
   Guard(const Guard&) = delete;
+  Guard& operator=(const Guard&) = delete;
   ~Guard() { log.add("~" + name); }
   Log& log;
   std::string name;
@@ -160,7 +161,7 @@ Task<> asks(Log& log, Answer<int>::Ask ask) {
 TEST(Answer, AtOnceLaterOnceAndNever) {
   Log log;
   TaskGroup group;
-  group.spawn(asks(log, [](std::function<void(int)> answer) {
+  group.spawn(asks(log, [](const std::function<void(int)>& answer) {
     answer(1);
     answer(2);
   }));

@@ -21,7 +21,7 @@ class FakeSocket : public platform::Socket {
   int disconnectStatus = 0;          ///< what disconnect() returns
   std::deque<std::string> incoming;  ///< what the reads return, one by one
   int readError = 0;                 ///< a read fails with this number
-  std::deque<long> writes;           ///< per write: bytes taken, or the negative of an error number; none left: all
+  std::deque<long> writes;  ///< per write: bytes taken, or the negative of an error number; none left: all
   bool ready = true;
   std::string peer = "10.0.0.7";
 

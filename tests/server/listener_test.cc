@@ -19,8 +19,9 @@ TEST_F(ServerTest, ListensWithTheFieldsAndTogglesTheWindow) {
   EXPECT_EQ(window->title(), "Tarvel Wap Server [0 Clients]");
   EXPECT_EQ(window->cmdListen.caption(), "Stop WAP Server");
   for (const platform::Control* control : std::initializer_list<const platform::Control*>{
-           &window->editLocalAddress, &window->editLocalPort, &window->editMaxClients, &window->editPageDirectory,
-           &window->Frame1, &window->Command1, &window->Command2, &window->Command4, &window->Command5}) {
+           &window->editLocalAddress, &window->editLocalPort, &window->editMaxClients,
+           &window->editPageDirectory, &window->Frame1, &window->Command1, &window->Command2,
+           &window->Command4, &window->Command5}) {
     EXPECT_FALSE(control->enabled()) << control->name();
   }
   EXPECT_TRUE(window->Command3.enabled());
@@ -43,10 +44,17 @@ TEST_F(ServerTest, RefusesBadFields) {
   const std::string badClients = "The specified maximum number of clients is invalid";
   const std::string badPort = "The specified port number is invalid";
   const Case cases[] = {
-      {"-1", "80", badClients.c_str(), 0},  {"1000", "80", badClients.c_str(), 0}, {"99999", "80", badClients.c_str(), 0},
-      {"999", "80", nullptr, 80},           {"abc", "80", nullptr, 80},            {"5", "0", badPort.c_str(), 0},
-      {"5", "65536", badPort.c_str(), 0},   {"5", "blank", badPort.c_str(), 0},    {"5", "65535", nullptr, -1},
-      {"5", " 40000 ", nullptr, -25536},    {"5", "99999999999999999999", badPort.c_str(), 0},
+      {"-1", "80", badClients.c_str(), 0},
+      {"1000", "80", badClients.c_str(), 0},
+      {"99999", "80", badClients.c_str(), 0},
+      {"999", "80", nullptr, 80},
+      {"abc", "80", nullptr, 80},
+      {"5", "0", badPort.c_str(), 0},
+      {"5", "65536", badPort.c_str(), 0},
+      {"5", "blank", badPort.c_str(), 0},
+      {"5", "65535", nullptr, -1},
+      {"5", " 40000 ", nullptr, -25536},
+      {"5", "99999999999999999999", badPort.c_str(), 0},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(std::string(c.clients) + " clients, port " + c.port);

@@ -122,20 +122,26 @@ TEST_F(ServerTest, LocalAddressAndItsMessages) {
   };
   const Case cases[] = {
       {"plain", [] {}, "192.168.1.20", nullptr},
-      {"loopback only", [this] { lookup.addresses = {"127.0.1.1"}; lookup.defaultRoute = "10.1.1.1"; }, "10.1.1.1",
-       nullptr},
+      {"loopback only",
+       [this] {
+         lookup.addresses = {"127.0.1.1"};
+         lookup.defaultRoute = "10.1.1.1";
+       },
+       "10.1.1.1", nullptr},
       {"loopback and no route", [this] { lookup.addresses = {"127.0.1.1"}; }, "127.0.1.1", nullptr},
       {"loopback and more", [this] { lookup.addresses = {"127.0.1.1", "10.2.2.2"}; }, "127.0.1.1", nullptr},
       {"no host name", [this] { lookup.host = std::nullopt; }, "",
        "Windows Sockets error 11001 has occurred. Unable to successfully get Host Name."},
       {"no answer", [this] { lookup.addresses = {}; }, "",
        "Windows Sockets are not responding. Unable to successfully get Host Name."},
-      {"no library", [this] { lookup.library = std::nullopt; }, "", "The 32-bit Windows Socket is not responding."},
+      {"no library", [this] { lookup.library = std::nullopt; }, "",
+       "The 32-bit Windows Socket is not responding."},
       {"old library", [this] { lookup.library = platform::HostLookup::Library{1, 0, 9}; }, "",
        "Sockets version 1.0 is not supported by 32-bit Windows Sockets."},
       {"no sockets", [this] { lookup.library = platform::HostLookup::Library{2, 2, 0}; }, "",
        "This application requires a minimum of 1 supported sockets."},
-      {"no clean-up", [this] { lookup.cleanUpWorks = false; }, "192.168.1.20", "Socket error occurred in Cleanup."},
+      {"no clean-up", [this] { lookup.cleanUpWorks = false; }, "192.168.1.20",
+       "Socket error occurred in Cleanup."},
   };
   for (const Case& c : cases) {
     lookup = {};
@@ -160,9 +166,8 @@ TEST_F(ServerTest, LogBoxKeepsItsNewestCharacters) {
     const std::string_view box = window->txtLogError.text();
     ASSERT_TRUE(all.ends_with(box));
     const auto characters = std::count_if(box.begin(), box.end(), [](char c) { return (c & 0xC0) != 0x80; });
-    ASSERT_EQ(characters, std::min<long>(16000, std::count_if(all.begin(), all.end(), [](char c) {
-                                          return (c & 0xC0) != 0x80;
-                                        })));
+    ASSERT_EQ(characters, std::min<long>(16000, std::count_if(all.begin(), all.end(),
+                                                              [](char c) { return (c & 0xC0) != 0x80; })));
     if (all.size() > 100000) break;
   }
 }

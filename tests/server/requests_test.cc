@@ -1,7 +1,7 @@
 // From the first byte of a request to the file that answers it.
 
-#include "base/wait.h"
 #include "server/requests.h"
+#include "base/wait.h"
 #include "server_fixture.h"
 
 namespace kova::server {
@@ -46,7 +46,8 @@ class RequestTest : public ServerTest {
       const auto handler = [this, route = std::string(name)](const std::string& column) -> PageHandler {
         return [this, route, column](PageRequest request) { return build(route + " " + column, request); };
       };
-      routes[name] = {handler("page"), handler("query"), std::string(name) == "ocon" ? handler("search") : nullptr};
+      routes[name] = {handler("page"), handler("query"),
+                      std::string(name) == "ocon" ? handler("search") : nullptr};
     }
     window->setRoutes(std::move(routes));
     start();
@@ -80,8 +81,9 @@ TEST_F(RequestTest, StartPageWithItsHeaderAndLog) {
   EXPECT_EQ(lines, (std::vector<std::string>{"10.0.0.7 Connected on Index 1, Active Clients: 1",
                                              "Client 1 requested /index.wml", "Sending 16 bytes to client 1",
                                              "Socket 1 (handle = 100) disconnected: Finished sending data"}));
-  EXPECT_TRUE(window->txtLogError.text().ends_with("04-03-17 14:05:09 Socket 1 (handle = 100) disconnected: "
-                                                   "Finished sending data\r\n"));
+  EXPECT_TRUE(
+      window->txtLogError.text().ends_with("04-03-17 14:05:09 Socket 1 (handle = 100) disconnected: "
+                                           "Finished sending data\r\n"));
 }
 
 TEST_F(RequestTest, PiecesMakeOneRequest) {
@@ -133,8 +135,10 @@ TEST_F(RequestTest, BareLineFeedsNeverCompleteARequest) {
 TEST_F(RequestTest, MalformedRequestsAreDroppedAndCountedOff) {
   connect(100);
   receive(1, "GET /x\r\n\r\n");
-  EXPECT_EQ(lines.back(), "Socket 1 (handle = 100) disconnected: Error occurred while parsing the GET command");
-  // A POST is taken as it comes, so its request line may lack an end: the road on which the socket is closed first.
+  EXPECT_EQ(lines.back(),
+            "Socket 1 (handle = 100) disconnected: Error occurred while parsing the GET command");
+  // A POST is taken as it comes, so its request line may lack an end: the road on which the socket is closed
+  // first.
   for (int i = 0; i < 10; ++i) {
     connect(101);
     slot(1).disconnectStatus = 24057;
@@ -274,10 +278,12 @@ TEST_F(RequestTest, APostBodyThatComesLaterIsLost) {
 
 TEST_F(RequestTest, AQueryThatCannotBeDecodedDropsTheClient) {
   get("/acal?caltp=100%&pin=4711");
-  EXPECT_EQ(lines.back(), "Socket 1 (handle = 100) disconnected: Error occurred while parsing the GET command");
+  EXPECT_EQ(lines.back(),
+            "Socket 1 (handle = 100) disconnected: Error occurred while parsing the GET command");
   connect(101);
   receive(1, std::string("POST /acal HTTP/1.1\r\n") + kAccept + "\r\n\r\n%");
-  EXPECT_EQ(lines.back(), "Socket 1 (handle = 101) disconnected: Error occurred while parsing the GET command");
+  EXPECT_EQ(lines.back(),
+            "Socket 1 (handle = 101) disconnected: Error occurred while parsing the GET command");
   EXPECT_TRUE(built.empty());
   EXPECT_TRUE(slot(1).written.empty());
   EXPECT_EQ(window->title(), "Tarvel Wap Server [0 Clients]");
@@ -336,8 +342,9 @@ TEST_F(RequestTest, NothingOutsideThePageDirectory) {
   files.put("/home/kova/pages/../secret.txt", "secret");
   files.put("/home/kova/pages/a/../../secret.txt", "secret");
   files.put("/home/kova/pages/..\\secret.txt", "secret");
-  for (const char* path : {"/../secret.txt", "../secret.txt", "/a/../../secret.txt", "C:/secret.txt", "/..\\secret.txt",
-                           "/home/kova/secret.txt", "-old/x.txt", "/..", "/C:/secret.txt"}) {
+  for (const char* path :
+       {"/../secret.txt", "../secret.txt", "/a/../../secret.txt", "C:/secret.txt", "/..\\secret.txt",
+        "/home/kova/secret.txt", "-old/x.txt", "/..", "/C:/secret.txt"}) {
     get(path);
     EXPECT_TRUE(slot(1).written.empty()) << path;
     EXPECT_FALSE(slot(1).connected()) << path;

@@ -33,8 +33,14 @@ TEST_F(ResponseTest, FilesGoOutInPiecesOf1024Bytes) {
     std::vector<std::size_t> pieces;  // without the header in front of the first
   };
   const Case cases[] = {
-      {0, {}},          {1, {}},        {2, {2}},          {1024, {1024}}, {1025, {1024}}, {1026, {1024, 2}},
-      {2049, {1024, 1024}}, {2500, {1024, 1024, 452}},
+      {0, {}},
+      {1, {}},
+      {2, {2}},
+      {1024, {1024}},
+      {1025, {1024}},
+      {1026, {1024, 2}},
+      {2049, {1024, 1024}},
+      {2500, {1024, 1024, 452}},
   };
   for (const Case& c : cases) {
     page("x.txt", bytes(c.length));
@@ -55,17 +61,26 @@ TEST_F(ResponseTest, ContentTypes) {
     const char* type;
   };
   const Case cases[] = {
-      {"a.htm", "text/html"},        {"a.html", "text/html"}, {"a.png", "image/png"},
-      {"a.bmp", "image/bmp"},        {"a.jpg", "image/jpeg"}, {"a.gif", "image/gif"},
-      {"a.txt", "text/txt"},         {"a.exe", "application/exe"}, {"a.wml", "text/vnd.wap.wml"},
-      {"a.tmp", "text/vnd.wap.wml"}, {"a.WML", "application/octet-stream"},
-      {"a", "application/octet-stream"}, {"a.wml.gz", "application/octet-stream"},
+      {"a.htm", "text/html"},
+      {"a.html", "text/html"},
+      {"a.png", "image/png"},
+      {"a.bmp", "image/bmp"},
+      {"a.jpg", "image/jpeg"},
+      {"a.gif", "image/gif"},
+      {"a.txt", "text/txt"},
+      {"a.exe", "application/exe"},
+      {"a.wml", "text/vnd.wap.wml"},
+      {"a.tmp", "text/vnd.wap.wml"},
+      {"a.WML", "application/octet-stream"},
+      {"a", "application/octet-stream"},
+      {"a.wml.gz", "application/octet-stream"},
   };
   for (const Case& c : cases) {
     page(c.name, "content");
     connect(100);
     receive(1, std::string("GET /") + c.name + " HTTP/1.1\r\nAccept: x/y," + c.type + ";q=1\r\n\r\n");
-    EXPECT_NE(slot(1).allWritten().find(std::string("\r\nContent-Type: ") + c.type + "\r\n"), std::string::npos)
+    EXPECT_NE(slot(1).allWritten().find(std::string("\r\nContent-Type: ") + c.type + "\r\n"),
+              std::string::npos)
         << c.name;
     slot(1).written.clear();
   }
@@ -80,9 +95,13 @@ TEST_F(ResponseTest, WhatAPhoneDoesNotAcceptItDoesNotGet) {
     const char* body;
   };
   const Case cases[] = {
-      {"Accept: text/vnd.wap.wml\r\n", "no support"}, {"", "no support"}, {"Accept: */*\r\n", "no support"},
-      {"accept: image/png\r\n", "no support"},        {"Accept: image/png\r\n", "PNG"},
-      {"Accept: text/html\r\n", "PNG"},               {"Accept: text/html, x\r\n", "no support"},
+      {"Accept: text/vnd.wap.wml\r\n", "no support"},
+      {"", "no support"},
+      {"Accept: */*\r\n", "no support"},
+      {"accept: image/png\r\n", "no support"},
+      {"Accept: image/png\r\n", "PNG"},
+      {"Accept: text/html\r\n", "PNG"},
+      {"Accept: text/html, x\r\n", "no support"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.accept);
@@ -94,7 +113,8 @@ TEST_F(ResponseTest, WhatAPhoneDoesNotAcceptItDoesNotGet) {
     EXPECT_EQ(body(), c.body);
     // The deck is written where the program runs, whatever the page directory is.
     const bool refused = std::string(c.body) == "no support";
-    EXPECT_EQ(noSupportDecks, refused ? std::vector<std::string>{"nosupport.wml"} : std::vector<std::string>{});
+    EXPECT_EQ(noSupportDecks,
+              refused ? std::vector<std::string>{"nosupport.wml"} : std::vector<std::string>{});
   }
 }
 
@@ -113,8 +133,9 @@ TEST_F(ResponseTest, AWriteThatWouldBlockIsResumedBehindTheLostPiece) {
     slot(1).writes = {10000, -error};
     receive(1, std::string("GET /x.txt HTTP/1.1\r\n") + kAccept + "\r\n\r\n");
     EXPECT_TRUE(slot(1).connected());
-    EXPECT_EQ(lines.back(), std::string(error == 24035 ? "WOULDBLOCK" : "INPROGRESS") + " error occurred: Error #: " +
-                                std::to_string(error) + " on client 10.0.0.7 at BYTE 2049");
+    EXPECT_EQ(lines.back(), std::string(error == 24035 ? "WOULDBLOCK" : "INPROGRESS") +
+                                " error occurred: Error #: " + std::to_string(error) +
+                                " on client 10.0.0.7 at BYTE 2049");
     slot(1).events.writeReady();
     EXPECT_FALSE(slot(1).connected());
     EXPECT_EQ(body(), bytes(3000).substr(0, 1024) + bytes(3000).substr(2048));
@@ -216,8 +237,9 @@ TEST_F(ResponseTest, WriteStringGoesOnBehindPartialWrites) {
   slot(1).writes = {5, -24035};
   receive(1, std::string("GET /oabt HTTP/1.1\r\n") + kAccept + "\r\n\r\n");
   EXPECT_EQ(slot(1).allWritten(), "Error");
-  EXPECT_TRUE(logged("WOULDBLOCK error occurred during writing of the headers: Error #: 24035 on client 10.0.0.7 at "
-                     "BYTE 5"));
+  EXPECT_TRUE(
+      logged("WOULDBLOCK error occurred during writing of the headers: Error #: 24035 on client 10.0.0.7 at "
+             "BYTE 5"));
   EXPECT_FALSE(slot(1).connected()) << "the text is not waited for";
 }
 

@@ -21,7 +21,8 @@ namespace kova::server {
 /// A main window on a scripted machine, with phones that do what the test says.
 class ServerTest : public ::testing::Test {
  protected:
-  static constexpr const char* kAccept = "Accept: text/vnd.wap.wml, image/png, text/txt, application/octet-stream";
+  static constexpr const char* kAccept =
+      "Accept: text/vnd.wap.wml, image/png, text/txt, application/octet-stream";
 
   ServerTest() {
     profile.values[{"Main", "WAP_Directory"}] = "/home/kova/pages/";
@@ -38,7 +39,9 @@ class ServerTest : public ::testing::Test {
         Machine{loop, sockets, files, clock, dialogs, lookup, settings}, "/home/kova", "tarvel_wapd",
         [this](const std::string& path) { noSupportDecks.push_back(path); },
         std::vector<std::string>{"/home/kova/tarvel_wap.ini", "/home/kova/outlook"});
-    window->log.onLine = [this](std::string_view line) { lines.emplace_back(line.substr(18, line.size() - 20)); };
+    window->log.onLine = [this](std::string_view line) {
+      lines.emplace_back(line.substr(18, line.size() - 20));
+    };
   }
 
   fakes::FakeSocket& listener() { return *sockets.made.at(0); }

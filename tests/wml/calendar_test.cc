@@ -40,9 +40,9 @@ TEST_F(Calendar, WholeDay) {
   EXPECT_EQ(deckOf(&Pages::Query_ocal, "caltp=D&dat=03/14"),
             opening() +
                 "<p><i>1 day schedule:</i><br/>\n"
-                "All day<br/>Fair\n"
-                "22:00 - 06:00<br/>Night shift\n"
-                "<u>For 03/14/05:</u>All day<br/>Holiday"
+                "All day<br/>Fair<br/>\n"
+                "22:00 - 06:00<br/>Night shift<br/>\n"
+                "<u>For 03/14/05:</u>All day<br/>Holiday<br/>"
                 "12:00 - 13:05<br/>Lunch &amp; &lt;more&gt; (Joe&apos;s)<br/>Bring $$5<br/>\n" +
                 kClosing);
   EXPECT_EQ(tagFault(deck()), "");
@@ -64,7 +64,7 @@ TEST_F(Calendar, BodyLine) {
     std::string shown;
   };
   const Case cases[] = {
-      {"", ""},
+      {"", "<br/>"},
       {"one line", "<br/>one line<br/>"},
       {"first\r\nsecond", "<br/>first<br/>"},
       {"\r\nsecond", "<br/><br/>"},
@@ -87,7 +87,7 @@ TEST_F(Calendar, WeekIsSevenDaysAndMonthThirtyTwo) {
     std::string text;
     const auto first = base::parseDate(from);
     for (int i = 0; i < days; ++i) {
-      text += "<u>For " + base::mm_dd_yy(base::addDays(*first, i)) + ":</u>09:00 - 09:00<br/>S\n";
+      text += "<u>For " + base::mm_dd_yy(base::addDays(*first, i)) + ":</u>09:00 - 09:00<br/>S<br/>\n";
     }
     return text;
   };
@@ -140,7 +140,7 @@ TEST_F(Calendar, YearIsTheCurrentOne) {
   folder(FolderNumber::kCalendar) = {
       appointmentRecord("Leap", {2008, 2, 29, 9, 0, 0}, {2008, 2, 29, 9, 30, 0})};
   EXPECT_EQ(line(deckOf(&Pages::Query_ocal, "caltp=D&dat=02/29"), 8),
-            "<u>For 02/29/08:</u>09:00 - 09:30<br/>Leap");
+            "<u>For 02/29/08:</u>09:00 - 09:30<br/>Leap<br/>");
 }
 
 }  // namespace

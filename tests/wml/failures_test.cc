@@ -74,7 +74,7 @@ TEST_F(Failures, RowsGatheredBeforeAFailureAreNotWritten) {
 TEST_F(Failures, RunningAppointmentsStayWhenTheDayFails) {
   outlook.failing = "restrict [Start] >=";
   const std::string deck = deckOf(&Pages::Query_ocal, "caltp=D&dat=03/14");
-  EXPECT_TRUE(deck.ends_with("<p><i>1 day schedule:</i><br/>\n22:00 - 06:00<br/>Night\n")) << deck;
+  EXPECT_TRUE(deck.ends_with("<p><i>1 day schedule:</i><br/>\n22:00 - 06:00<br/>Night<br/>\n")) << deck;
 }
 
 TEST_F(Failures, DeckThatCannotBeMadeLeavesOutlookAlone) {

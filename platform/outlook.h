@@ -88,8 +88,8 @@ class Items {
   /// added.
   virtual bool sort(std::string_view key) = 0;
 
-  /// True: a recurring appointment stands once per occurrence, each with its own Start and End. An endless
-  /// series is then only iterated within the bounds of a restriction; without one it stands once.
+  /// True: a restriction finds each occurrence of a recurring appointment, with its own Start and End.
+  /// Without a restriction a series, which may be endless, stands once, as its first occurrence.
   virtual void setIncludeRecurrences(bool on) = 0;
 
   /// The items that match, in the same order; null when the filter cannot be read. Two forms are known, with

@@ -97,6 +97,15 @@ void frmMain::wireButtons() {
   cmdClearLog.onClick = [this] { txtLogError.clear(); };
   Command1.onClick = [this] { tasks_.spawn(chooseDirectory()); };
   Command4.onClick = [this] { tasks_.spawn(chooseImage()); };
+  const auto shows = [](platform::Button& button, const std::function<void()>& show) {
+    button.onClick = [&show] {
+      if (show) show();
+    };
+  };
+  shows(pager, showPaging);
+  shows(Command2, showLaunch);
+  shows(Command5, showPop3);
+  shows(Command3, showAbout);
   mnuTrace.onClick = [this] { traceWindow.show(true); };
   traceWindow.onAccepted = [this] {
     const TraceOptions options = traceWindow.TraceParams();
@@ -106,6 +115,18 @@ void frmMain::wireButtons() {
 
 void frmMain::load() {
   LoadSettings();
+  RefreshServerState();
+}
+
+void frmMain::unload() {
+  if (listening()) slots_.sockServer(0).disconnect();
+  dropAllClients();
+}
+
+void frmMain::dropAllClients() {
+  for (int i = 1; i <= slots_.LastSlot(); ++i) {
+    if (slots_.sockServer(i).connected()) slots_.DropClient(i, "Disconnect Button Clicked");
+  }
   RefreshServerState();
 }
 
@@ -228,10 +249,7 @@ base::Task<> frmMain::cmdDisconnect_Click() {
   });
   const bool yes = co_await question;
   if (!yes) co_return;
-  for (int i = 1; i <= slots_.LastSlot(); ++i) {
-    if (slots_.sockServer(i).connected()) slots_.DropClient(i, "Disconnect Button Clicked");
-  }
-  RefreshServerState();
+  dropAllClients();
 }
 
 base::Task<> frmMain::chooseDirectory() {

@@ -54,6 +54,9 @@ class frmMain : public platform::Window {
   /// Start-up: fills the fields from the settings file and starts what the owner wants started.
   void load();
 
+  /// The end of the program: stops listening and drops every client, so that nothing of theirs is left behind.
+  void unload();
+
   /// The folder of the served files and of the decks. A field that holds nothing or the root of the disk
   /// alone means the program's folder: nobody meant to share his whole disk.
   std::string pageDirectory() const;
@@ -86,6 +89,11 @@ class frmMain : public platform::Window {
 
   frmTrace traceWindow;
 
+  // The windows behind the buttons pager, Command2, Command5 and Command3.
+  std::function<void()> showPaging;
+  std::function<void()> showLaunch;
+  std::function<void()> showPop3;
+  std::function<void()> showAbout;
   /// Shows the paging window and starts paging; run at start-up when the owner wants it.
   std::function<void()> startPaging;
 
@@ -97,6 +105,7 @@ class frmMain : public platform::Window {
   void wireButtons();
   void cmdListen_Click();
   void startListening();
+  void dropAllClients();
   void explainListenFailure(int error);
   base::Task<> cmdDisconnect_Click();
   base::Task<> chooseDirectory();

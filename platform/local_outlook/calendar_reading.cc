@@ -56,9 +56,12 @@ struct Event {
 
 /// Minutes before the start; empty when the alarm is none.
 std::optional<long> reminderOf(icalcomponent* alarm, Instant start, Instant end) {
-  if (icalproperty* const action = icalcomponent_get_first_property(alarm, ICAL_ACTION_PROPERTY);
-      action != nullptr && icalproperty_get_action(action) == ICAL_ACTION_NONE)
-    return std::nullopt;  // a placeholder of calendars that have alarms by default
+  if (icalproperty* const action = icalcomponent_get_first_property(alarm, ICAL_ACTION_PROPERTY)) {
+    char* const value = icalproperty_get_value_as_string_r(action);
+    const bool isNone = value != nullptr && base::asciiLower(value) == "none";
+    icalmemory_free_buffer(value);
+    if (isNone) return std::nullopt;  // a placeholder of calendars that have alarms by default
+  }
   icalproperty* const property = icalcomponent_get_first_property(alarm, ICAL_TRIGGER_PROPERTY);
   if (property == nullptr) return std::nullopt;
   const icaltriggertype trigger = icalproperty_get_trigger(property);
@@ -243,7 +246,7 @@ class CalendarReader {
       if (event.recurrenceId) {
         const auto owner = seriesOf.find(event.uid);
         const bool ownerCancelled = owner != seriesOf.end() && owner->second->cancelled;
-        const bool isChange = event.thisAndFuture && owner != seriesOf.end();
+        const bool isChange = owner != seriesOf.end() && changesAllThatFollow(*owner->second, event);
         if (!event.cancelled && !ownerCancelled && !isChange)
           result.single.push_back(occurrence(event, owner != seriesOf.end()));
       } else if (event.cancelled) {
@@ -285,6 +288,14 @@ class CalendarReader {
     return master.start.zone.wall(time.instant());
   }
 
+  /// One that moves the series by years counts for its one occurrence alone: to look so far around every day
+  /// that is asked for would cost too much.
+  static bool changesAllThatFollow(const Event& master, const Event& exception) {
+    constexpr std::int64_t kFurthest = 1000 * kDay;
+    return exception.thisAndFuture && std::abs(inZoneOf(master, exception.start) -
+                                               inZoneOf(master, *exception.recurrenceId)) <= kFurthest;
+  }
+
   PlacedSeries seriesFrom(const Event& master, const std::vector<const Event*>& exceptions) const {
     auto series = std::make_shared<Series>();
     series->appointment = master.appointment;
@@ -308,7 +319,7 @@ class CalendarReader {
     };
     for (const ZonedTime& date : master.exceptionDates) except(date);
     for (const Event* exception : exceptions) {
-      if (!exception->thisAndFuture) {
+      if (!changesAllThatFollow(master, *exception)) {
         except(*exception->recurrenceId);
         continue;
       }
@@ -342,15 +353,9 @@ class CalendarReader {
 
 }  // namespace
 
-ReadCalendar readCalendar(const std::string& text, std::int64_t fallbackAdded, FileNumber file,
+ReadCalendar readCalendar(const std::string& bytes, std::int64_t fallbackAdded, FileNumber file,
                           ZoneCache& zones) {
-  // The library's texts end at a NUL.
-  if (text.find('\0') != std::string::npos) {
-    std::string cleaned = text;
-    std::erase(cleaned, '\0');
-    return CalendarReader(zones, fallbackAdded, file).read(cleaned);
-  }
-  return CalendarReader(zones, fallbackAdded, file).read(text);
+  return CalendarReader(zones, fallbackAdded, file).read(icalText(bytes));
 }
 
 }  // namespace kova::platform::local_outlook

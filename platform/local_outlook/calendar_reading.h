@@ -22,9 +22,9 @@ struct ReadCalendar {
   std::string problem;  ///< what could not be read, in words for the log; "" when all could
 };
 
-/// The appointments of a calendar text (RFC 5545). `fallbackAdded`: for appointments that do not say when
+/// The appointments of a calendar file (RFC 5545). `fallbackAdded`: for appointments that do not say when
 /// they were made, microseconds since 1970.
-ReadCalendar readCalendar(const std::string& text, std::int64_t fallbackAdded, FileNumber file,
+ReadCalendar readCalendar(const std::string& bytes, std::int64_t fallbackAdded, FileNumber file,
                           ZoneCache& zones);
 
 }  // namespace kova::platform::local_outlook

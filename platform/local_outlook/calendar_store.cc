@@ -80,9 +80,9 @@ bool CalendarStore::refresh() {
   std::vector<Occurrence> single;
   std::erase_if(series_, [&](const StoredSeries& stored) { return touched.contains(stored.file); });
   for (const FileNumber file : changes.toRead) {
-    const auto text = folder_.readText(file, kMaxFileSize);
-    if (!text) continue;
-    ReadCalendar read = readCalendar(*text, folder_.stamp(file).modified, file, zones_);
+    const auto bytes = folder_.readBytes(file, kMaxFileSize);
+    if (!bytes) continue;
+    ReadCalendar read = readCalendar(*bytes, folder_.stamp(file).modified, file, zones_);
     if (!read.problem.empty()) folder_.report(file, read.problem);
     std::ranges::move(read.single, std::back_inserter(single));
     for (PlacedSeries& series : read.series) series_.push_back({std::move(series), file, false});

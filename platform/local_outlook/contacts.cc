@@ -4,8 +4,8 @@
 
 namespace kova::platform::local_outlook {
 
-ReadRecords readContacts(std::string_view, const std::string& text) {
-  ReadCards cards = readCards(text);
+ReadRecords readContacts(std::string_view, const std::string& bytes) {
+  ReadCards cards = readCards(bytes);
   ReadRecords result;
   for (ReadCard& card : cards.cards) result.records.push_back({std::move(card.contact), card.added});
   if (cards.none)

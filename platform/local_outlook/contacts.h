@@ -5,6 +5,6 @@
 namespace kova::platform::local_outlook {
 
 /// The contacts of a *.vcf file.
-ReadRecords readContacts(std::string_view fileName, const std::string& text);
+ReadRecords readContacts(std::string_view fileName, const std::string& bytes);
 
 }  // namespace kova::platform::local_outlook

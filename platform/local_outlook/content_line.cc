@@ -95,6 +95,23 @@ std::vector<std::string_view> splitValue(std::string_view value, char separator)
   return parts;
 }
 
+std::string contentText(const std::string& bytes) {
+  if (base::validUtf8(bytes)) return bytes;
+  std::string unfolded;
+  unfolded.reserve(bytes.size());
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    if (bytes[i] == '\r' || bytes[i] == '\n') {
+      const std::size_t next = i + (bytes[i] == '\r' && i + 1 < bytes.size() && bytes[i + 1] == '\n' ? 2 : 1);
+      if (next < bytes.size() && (bytes[next] == ' ' || bytes[next] == '\t')) {
+        i = next;
+        continue;
+      }
+    }
+    unfolded += bytes[i];
+  }
+  return base::toUtf8(unfolded);
+}
+
 void appendContentLine(std::string& to, std::string_view name, std::string_view value) {
   std::string line;
   line.reserve(name.size() + 1 + value.size());

@@ -27,6 +27,9 @@ std::string unescapedText(std::string_view value);
 /// Splits a value at a separator that has no backslash before it. The parts are still escaped.
 std::vector<std::string_view> splitValue(std::string_view value, char separator);
 
+/// The text of a file of content lines as UTF-8. Some writers fold lines within a character.
+std::string contentText(const std::string& bytes);
+
 /// Adds "name:value" with CR LF, folded to lines of at most 75 octets, never within a character.
 void appendContentLine(std::string& to, std::string_view name, std::string_view value);
 

@@ -1,14 +1,11 @@
 #include "platform/local_outlook/ical_records.h"
 
-#include <algorithm>
-
 namespace kova::platform::local_outlook {
 
 ReadRecords readIcalRecords(
-    const std::string& fileText, std::string_view name, icalcomponent_kind kind, ZoneCache& cache,
+    const std::string& bytes, std::string_view name, icalcomponent_kind kind, ZoneCache& cache,
     const std::function<std::shared_ptr<const Record>(icalcomponent*, FileZones&)>& read) {
-  std::string text = fileText;
-  std::erase(text, '\0');  // the library's texts end there
+  const std::string text = icalText(bytes);
   FileZones zones(cache);
   ComponentText component;
   ComponentTexts definitions(text);

@@ -5,6 +5,12 @@
 
 namespace kova::platform::local_outlook {
 
+std::string icalText(const std::string& bytes) {
+  std::string text = contentText(bytes);
+  std::erase(text, '\0');
+  return text;
+}
+
 std::string_view ComponentTexts::takeLine() {
   const auto end = rest_.find_first_of("\r\n");
   if (end == std::string_view::npos) {

@@ -8,6 +8,9 @@
 
 namespace kova::platform::local_outlook {
 
+/// The text of a calendar file, fit for the library: UTF-8, without NUL bytes, at which its texts end.
+std::string icalText(const std::string& bytes);
+
 /// One outermost component of a calendar: its name in upper case and its text, BEGIN and END included.
 struct ComponentText {
   std::string name;

@@ -36,15 +36,15 @@ std::string descriptionsOf(icalcomponent* journal) {
 
 }  // namespace
 
-ReadRecords readNotes(std::string_view fileName, const std::string& text, ZoneCache& zones) {
+ReadRecords readNotes(std::string_view fileName, const std::string& bytes, ZoneCache& zones) {
   if (!base::asciiLower(fileName).ends_with(".ics")) {
     ReadRecords result;
-    std::string body = withCrLf(text);
+    std::string body = withCrLf(base::toUtf8(bytes));
     while (body.ends_with("\r\n")) body.resize(body.size() - 2);  // the end of the file's last line
     result.records.push_back({std::make_shared<const Note>(std::move(body)), std::nullopt});
     return result;
   }
-  return readIcalRecords(text, "vjournal", ICAL_VJOURNAL_COMPONENT, zones,
+  return readIcalRecords(bytes, "vjournal", ICAL_VJOURNAL_COMPONENT, zones,
                          [](icalcomponent* journal, FileZones&) {
                            std::string body = textOf(journal, ICAL_SUMMARY_PROPERTY);
                            if (const std::string rest = descriptionsOf(journal); !rest.empty()) {

@@ -37,7 +37,8 @@ FileBytes readUpTo(const std::string& path, std::size_t limit) {
       return result;
     }
     have += static_cast<std::size_t>(got);
-    if (got == 0 || have == limit) break;
+    const bool wholeFile = have < wanted && have >= static_cast<std::size_t>(status.st_size);
+    if (got == 0 || have == limit || wholeFile) break;
     if (have == wanted) wanted = std::min(limit, wanted * 2 + 4096);
   }
   result.bytes.resize(have);

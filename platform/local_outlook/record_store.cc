@@ -7,9 +7,9 @@ std::unique_ptr<outlook::Items> RecordStore::items() {
   if (changes.any()) {
     std::vector<Entry> added;
     for (const FileNumber file : changes.toRead) {
-      const auto text = folder_.readText(file, maxFileSize_);
-      if (!text) continue;
-      ReadRecords read = read_(folder_.name(file), *text);
+      const auto bytes = folder_.readBytes(file, maxFileSize_);
+      if (!bytes) continue;
+      ReadRecords read = read_(folder_.name(file), *bytes);
       if (!read.problem.empty()) folder_.report(file, read.problem);
       std::uint32_t position = 0;
       for (ReadRecords::One& one : read.records)

@@ -25,7 +25,7 @@ struct ReadRecords {
 /// notes.
 class RecordStore {
  public:
-  using Read = std::function<ReadRecords(std::string_view fileName, const std::string& text)>;
+  using Read = std::function<ReadRecords(std::string_view fileName, const std::string& bytes)>;
 
   /// `maxFileSize`: bytes; longer files are left out.
   RecordStore(std::string path, WatchedFolder::Accepts accepts, std::size_t maxFileSize, Read read,

@@ -54,9 +54,9 @@ DateTime dueDateOf(icalcomponent* vtodo, FileZones& zones, std::string& unknownZ
 
 }  // namespace
 
-ReadRecords readTasks(const std::string& text, ZoneCache& zones) {
+ReadRecords readTasks(const std::string& bytes, ZoneCache& zones) {
   return readIcalRecords(
-      text, "vtodo", ICAL_VTODO_COMPONENT, zones, [](icalcomponent* vtodo, FileZones& fileZones) {
+      bytes, "vtodo", ICAL_VTODO_COMPONENT, zones, [](icalcomponent* vtodo, FileZones& fileZones) {
         auto task = std::make_shared<Task>();
         std::string unknownZone;
         task->fields.add(TextProperty::kSubject, textOf(vtodo, ICAL_SUMMARY_PROPERTY));

@@ -6,6 +6,6 @@
 namespace kova::platform::local_outlook {
 
 /// The tasks (VTODO) of an *.ics file.
-ReadRecords readTasks(const std::string& text, ZoneCache& zones);
+ReadRecords readTasks(const std::string& bytes, ZoneCache& zones);
 
 }  // namespace kova::platform::local_outlook

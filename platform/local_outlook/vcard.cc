@@ -131,7 +131,8 @@ class CardReader {
     const Types types = typesOf(line);
     if (types.isBinary) return;
     std::string value = types.isQuotedPrintable ? decodeHexPairs(line.value, '=') : std::string(line.value);
-    value = fromCharset(std::move(value), types.charset);
+    if (types.isQuotedPrintable || !base::validUtf8(value))
+      value = fromCharset(std::move(value), types.charset);
 
     if (line.name == "N" && !hasName_) {
       hasName_ = true;
@@ -285,13 +286,13 @@ std::optional<std::string> Contact::text(TextProperty property) const {
   return std::string(TextFields::find({reinterpret_cast<const char*>(this + 1), size_}, property));
 }
 
-ReadCards readCards(std::string_view text) {
+ReadCards readCards(std::string_view bytes) {
   ReadCards result;
   std::optional<CardReader> card;
   int nested = 0;  // a card within a card: the agent of somebody (vCard 2.1)
   bool agentFollows = false;
   std::string unfolded;
-  ContentLines lines(text);
+  ContentLines lines(bytes);
   bool any = false;
   while (lines.next(unfolded)) {
     const auto line = parseContentLine(unfolded);

@@ -12,8 +12,8 @@
 
 namespace kova::platform::local_outlook {
 
-/// Its texts lie right behind it in memory: a search goes through tens of thousands of them, and most of what that
-/// takes is waiting for the memory.
+/// Its texts lie right behind it in memory: a search goes through tens of thousands of them, and most of what
+/// that takes is waiting for the memory.
 class Contact final : public Record {
  public:
   static std::shared_ptr<const Contact> make(const TextFields& fields);
@@ -33,10 +33,11 @@ struct ReadCard {
 struct ReadCards {
   std::vector<ReadCard> cards;
   std::size_t broken = 0;  ///< cards that do not end, left out
-  bool none = false;       ///< the text has no vCard in it
+  bool none = false;       ///< the file has no vCard in it
 };
-/// All cards of a UTF-8 text, of any version.
-ReadCards readCards(std::string_view text);
+/// All cards of a file, of any version. What is not UTF-8 is in the character set that it names, else
+/// ISO-8859-1.
+ReadCards readCards(std::string_view bytes);
 
 /// A vCard 3.0 of a new contact. `fields` has the properties that were set; FullName comes in its parts too.
 std::string writeCard(const TextFields& fields, std::string_view uid, std::int64_t now);

@@ -56,9 +56,9 @@ class WatchedFolder {
   /// One more than the highest number given out.
   std::size_t numberLimit() const { return files_.size(); }
 
-  /// The bytes of a file as UTF-8, without a byte order mark. When it cannot be read, or is longer than
-  /// `limit`, that is reported.
-  std::optional<std::string> readText(FileNumber file, std::size_t limit);
+  /// What is in a file, without a byte order mark. When it cannot be read, or is longer than `limit`, that is
+  /// reported.
+  std::optional<std::string> readBytes(FileNumber file, std::size_t limit);
 
   /// Logs what is wrong with a file, unless the same was said of the same state of it.
   void report(FileNumber file, const std::string& problem);

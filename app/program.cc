@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "app/routes.h"
-#include "platform/posix/signals.h"
 #include "settings/keys.h"
 #include "wml/nosupport.h"
 
@@ -18,6 +17,8 @@ namespace {
 
 /// How long a closing program waits for its last answers to arrive.
 constexpr std::chrono::milliseconds kLastAnswers{1000};
+/// How long lines are gathered, so that a busy server does not write each one by itself.
+constexpr std::chrono::milliseconds kOutputGathering{10};
 /// How often lines that nobody takes are offered again.
 constexpr std::chrono::milliseconds kOutputRetry{100};
 
@@ -35,8 +36,11 @@ std::vector<std::string> privatePaths(const std::string& folder,
 
 Program::Program(std::string folder)
     : folder_(std::move(folder)),
+      signals_(loop_, {SIGTERM, SIGINT, SIGUSR1}, [this](int signal) { received(signal); }),
       sockets_(loop_),
+      connector_(loop_, sockets_),
       settings_(folder_, profileFile_, files_.separator()),
+      conversation_(loop_, connector_, dialogs_),
       output_(STDOUT_FILENO),
       outlookFolders_(outlookFolders()),
       window_(
@@ -45,12 +49,24 @@ Program::Program(std::string folder)
           privatePaths(folder_, outlookFolders_)),
       outlook_(outlookFolders_, [this](const std::string& text) { window_.log.LogLine(text); }),
       host_(window_),
-      pages_(host_, files_, clock_, outlook_) {
+      pages_(host_, files_, clock_, outlook_),
+      launchCenter_(host_, files_, settings_, processes_,
+                    [this](const std::string& text) { window_.log.LogLine(text); }),
+      launchWindow_(settings_, dialogs_, processes_),
+      accounts_(host_, {loop_, files_, settings_, conversation_}),
+      accountsWindow_(settings_, dialogs_),
+      paging_({loop_, clock_, dialogs_, outlook_, screenSaver_, settings_, conversation_}) {
   platform::posix::ignoreBrokenPipes();
   platform::posix::raiseDescriptorLimit();
   window_.log.onLine = [this](std::string_view line) { printLine(line); };
   dialogs_.log = [this](const std::string& text) { window_.log.LogLine(text); };
-  window_.setRoutes(makeRoutes(pages_));
+  window_.showLaunch = [this] { launchWindow_.open(); };
+  window_.showPop3 = [this] { accountsWindow_.open(); };
+  window_.showPaging = [this] { paging_.open(); };
+  window_.startPaging = [this] { paging_.openAndStart(); };
+  // Nobody sees the status line here.
+  paging_.Labelstat.onShown = [this] { window_.log.LogLine(paging_.Labelstat.text()); };
+  window_.setRoutes(makeRoutes(pages_, launchCenter_, accounts_));
 }
 
 platform::local_outlook::Folders Program::outlookFolders() {
@@ -70,12 +86,15 @@ platform::local_outlook::Folders Program::outlookFolders() {
 
 void Program::printLine(std::string_view line) {
   output_.add(line);
-  loop_.callAtRoundEnd(*this);
+  writeOutputIn(kOutputGathering);
 }
 
-void Program::onRoundEnd() {
-  outputRetry_.reset();
-  if (!output_.flush()) outputRetry_ = loop_.callAfter(kOutputRetry, [this] { onRoundEnd(); });
+void Program::writeOutputIn(std::chrono::milliseconds delay) {
+  if (outputTimer_) return;
+  outputTimer_ = loop_.callAfter(delay, [this] {
+    outputTimer_.reset();
+    if (!output_.flush()) writeOutputIn(kOutputRetry);
+  });
 }
 
 void Program::load(const Options& options) {
@@ -88,15 +107,23 @@ void Program::load(const Options& options) {
   if (options.address) window_.editLocalAddress.setText(*options.address);
   if (options.port) window_.editLocalPort.setText(*options.port);
   if (options.maxClients) window_.editMaxClients.setText(*options.maxClients);
-  if ((options.start || (typed && listened)) && !window_.listening()) window_.cmdListen.click();
+  const bool wanted = options.start || (typed && window_.Check1.value() == 1) || (typed && listened);
+  if (wanted && !window_.listening()) window_.cmdListen.click();
   if (options.startPaging && window_.startPaging) window_.startPaging();
   output_.flush();
 }
 
+void Program::received(int signal) {
+  if (signal == SIGUSR1) {
+    paging_.openAndCheck();
+  } else {
+    loop_.quit();
+  }
+}
+
 void Program::run() {
-  const platform::posix::Signals signals(loop_, {SIGTERM, SIGINT}, [this](int) { loop_.quit(); });
   loop_.run();
-  if (window_.listening()) window_.cmdListen.click();
+  window_.unload();
   sockets_.finish(kLastAnswers);
   output_.flush();
 }

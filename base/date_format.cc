@@ -92,21 +92,28 @@ bool parseDay(Reader& reader, DateTime& result) {
   return result.year >= 100;
 }
 
-bool parseTime(Reader& reader, DateTime& result) {
+/// Whether "7 PM" is a time.
+enum class HourAlone { kRefused, kAllowed };
+
+bool parseTime(Reader& reader, DateTime& result, HourAlone hourAlone) {
   const auto hour = reader.digits(2);
-  if (!hour || !reader.take(':')) return false;
-  const auto minute = reader.digits(2);
-  if (!minute) return false;
+  if (!hour) return false;
   result.hour = *hour;
-  result.minute = *minute;
-  if (reader.take(':')) {
-    const auto second = reader.digits(2);
-    if (!second) return false;
-    result.second = *second;
+  const bool minutes = reader.take(':');
+  if (minutes) {
+    const auto minute = reader.digits(2);
+    if (!minute) return false;
+    result.minute = *minute;
+    if (reader.take(':')) {
+      const auto second = reader.digits(2);
+      if (!second) return false;
+      result.second = *second;
+    }
   }
   reader.passBlanks();
   const bool morning = reader.takeWord("AM");
   const bool afternoon = !morning && reader.takeWord("PM");
+  if (!minutes && (hourAlone == HourAlone::kRefused || !(morning || afternoon))) return false;
   if (morning || afternoon) {
     if (result.hour > 12) return false;
     result.hour = result.hour % 12 + (afternoon ? 12 : 0);
@@ -156,10 +163,17 @@ std::optional<DateTime> parseDate(std::string_view text) {
   if (!reader.atEnd()) {
     if (reader.next() != ' ' && reader.next() != '\t') return std::nullopt;
     reader.passBlanks();
-    if (!parseTime(reader, result)) return std::nullopt;
+    if (!parseTime(reader, result, HourAlone::kRefused)) return std::nullopt;
   }
   if (!reader.atEnd() || !isValid(result)) return std::nullopt;
   return result;
+}
+
+bool isDateOrTime(std::string_view text) {
+  if (parseDate(text)) return true;
+  Reader reader{trim(text)};
+  DateTime onNoDay;
+  return parseTime(reader, onNoDay, HourAlone::kAllowed) && reader.atEnd() && isValid(onNoDay);
 }
 
 std::string yyyy_mm_dd(const DateTime& t) {
@@ -187,6 +201,16 @@ std::string generalDate(const DateTime& t) {
   const int hour = t.hour % 12 == 0 ? 12 : t.hour % 12;
   text += " " + std::to_string(hour) + ":" + padded(t.minute, 2) + ":" + padded(t.second, 2);
   return text + (t.hour < 12 ? " AM" : " PM");
+}
+
+std::string Rfc1123Date(const DateTime& t) {
+  static constexpr std::string_view kDays[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
+  static constexpr std::string_view kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                                 "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+  std::string text(kDays[weekday(t)]);
+  text.append(", ").append(padded(t.day, 2)).append(" ").append(kMonths[t.month - 1]);
+  text.append(" ").append(padded(t.year, 4)).append(" ").append(shortTime(t));
+  return text.append(":").append(padded(t.second, 2)).append(" GMT");
 }
 
 }  // namespace kova::base

@@ -28,6 +28,9 @@ bool isValid(const DateTime& t);
 /// time.
 std::optional<DateTime> parseDate(std::string_view text);
 
+/// True for what parseDate reads and for a time of day alone: "7:05", "07:05:30", "7:05 PM", "7 PM".
+bool isDateOrTime(std::string_view text);
+
 std::string yyyy_mm_dd(const DateTime& t);   ///< "2005/03/14"
 std::string mm_dd_yy(const DateTime& t);     ///< "03/14/05"
 std::string mm_dd(const DateTime& t);        ///< "03/14"
@@ -36,5 +39,7 @@ std::string shortTime(const DateTime& t);    ///< "09:30", 24 hours
 std::string logStamp(const DateTime& t);     ///< "05-03-14 09:30:00 ", with the blank behind
 /// "3/14/2005", followed by " 9:30:00 AM" when the time is not midnight.
 std::string generalDate(const DateTime& t);
+/// The form of RFC 1123: "Sun, 06 Nov 1994 08:49:37 GMT". The time is taken as it is given.
+std::string Rfc1123Date(const DateTime& t);
 
 }  // namespace kova::base

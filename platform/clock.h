@@ -14,6 +14,9 @@ class Clock {
   /// The local date and time, to the second.
   virtual DateTime localNow() const = 0;
 
+  /// The same moment in UTC.
+  virtual DateTime utcNow() const = 0;
+
   /// Time since some fixed moment; never goes back and ignores changes of the date. For durations.
   virtual std::chrono::milliseconds monotonic() const = 0;
 };

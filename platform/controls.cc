@@ -44,6 +44,21 @@ void TextBox::setText(std::string text) {
   if (onChange) onChange();
 }
 
+void ComboBox::setItems(std::vector<std::string> items) {
+  items_ = std::move(items);
+  shown();
+}
+
+void ComboBox::choose(std::size_t index) {
+  if (index < items_.size()) setText(items_[index]);
+}
+
+void Label::setText(std::string text) {
+  if (text == text_) return;
+  text_ = std::move(text);
+  shown();
+}
+
 void TextBox::selectAll() {
   allSelected_ = true;
   shown();
@@ -63,6 +78,12 @@ void LogBox::clear() {
   shown();
 }
 
+std::deque<TextBox> textBoxes(const std::string& name, std::size_t count) {
+  std::deque<TextBox> boxes;
+  for (std::size_t i = 0; i < count; ++i) boxes.emplace_back(name + std::to_string(i));
+  return boxes;
+}
+
 void CheckBox::setValue(int value) {
   if (value == value_) return;
   value_ = value;
@@ -74,6 +95,10 @@ void OptionButton::setChosen(bool chosen) {
   if (chosen == chosen_) return;
   chosen_ = chosen;
   shown();
+}
+
+void OptionButton::click() {
+  if (enabled() && onClick) onClick();
 }
 
 void Button::setCaption(std::string caption) {

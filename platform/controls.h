@@ -1,11 +1,12 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
+#include <deque>
 #include <functional>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace kova::platform {
 
@@ -13,12 +14,15 @@ namespace kova::platform {
 /// shows them and hears of every change through `onShown`. Values and captions are UTF-8.
 class Control {
  public:
-  explicit Control(std::string name) : name_(std::move(name)) {}
+  explicit Control(std::string name, std::string label = {})
+      : name_(std::move(name)), label_(std::move(label)) {}
   Control(const Control&) = delete;
   Control& operator=(const Control&) = delete;
   virtual ~Control() = default;
 
   const std::string& name() const { return name_; }
+  /// The words beside the control; empty when it has none, or shows words of its own.
+  const std::string& label() const { return label_; }
 
   bool enabled() const { return enabled_; }
   void setEnabled(bool on);
@@ -41,6 +45,7 @@ class Control {
 
  private:
   std::string name_;
+  std::string label_;
   bool enabled_ = true;
   bool focused_ = false;
 };
@@ -65,13 +70,36 @@ class TextBox : public Control {
   bool allSelected_ = false;
 };
 
-/// Text boxes that share a name and are told apart by a number behind it: "btitle0", "btitle1", ...
-template <std::size_t kCount>
-std::array<TextBox, kCount> textBoxes(const std::string& name) {
-  return [&name]<std::size_t... kIndex>(std::index_sequence<kIndex...>) {
-    return std::array<TextBox, kCount>{TextBox(name + std::to_string(kIndex))...};
-  }(std::make_index_sequence<kCount>());
-}
+/// A text box with a list to choose its text from; a text that is not in the list is allowed.
+class ComboBox : public TextBox {
+ public:
+  using TextBox::TextBox;
+
+  const std::vector<std::string>& items() const { return items_; }
+  void setItems(std::vector<std::string> items);
+  /// Chooses an item, by the owner's click or by the program alike: it becomes the text. Does nothing when
+  /// there is no such item.
+  void choose(std::size_t index);
+
+ private:
+  std::vector<std::string> items_;
+};
+
+/// Text that is only shown.
+class Label : public Control {
+ public:
+  Label(std::string name, std::string text) : Control(std::move(name)), text_(std::move(text)) {}
+
+  const std::string& text() const { return text_; }
+  void setText(std::string text);
+
+ private:
+  std::string text_;
+};
+
+/// Text boxes that share a name and are told apart by a number behind it: "btitle0", "btitle1", ... They keep
+/// their places in memory.
+std::deque<TextBox> textBoxes(const std::string& name, std::size_t count);
 
 /// A box for a running log: text is added at the end, where the caret stays, and only the newest characters
 /// are kept.
@@ -114,6 +142,12 @@ class OptionButton : public Control {
   const std::string& caption() const { return caption_; }
   bool chosen() const { return chosen_; }
   void setChosen(bool chosen);
+
+  /// As the owner's click: does nothing while the button is disabled. Who listens chooses this one and leaves
+  /// the others of its group.
+  void click();
+
+  std::function<void()> onClick;
 
  private:
   std::string caption_;

@@ -25,7 +25,7 @@ inline constexpr int kPathNotFound = 76;
 class InputFile {
  public:
   virtual ~InputFile() = default;
-  /// Present length in bytes.
+  /// Length in bytes at the time of opening.
   virtual std::int64_t length() const = 0;
   /// Fills `into` from byte `offset` (0-based) on and returns the count, less than asked for only at the end
   /// of the file; negative on failure.

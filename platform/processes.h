@@ -9,14 +9,15 @@ class Processes {
  public:
   virtual ~Processes() = default;
 
-  /// Starts a program with its arguments, given as one command line, and does not wait for it to end. A window
-  /// that it opens is shown as usual but does not take the focus, where the system lets the starter say so.
+  /// Starts a program with its arguments, given as one command line, and does not wait for it to end. A
+  /// window that it opens is shown as usual but does not take the focus, where the system lets the starter
+  /// say so.
   ///
-  /// The line falls into words as in a POSIX shell: blanks, tabs and line ends part them, '...' and "..." hold
-  /// a word together, and a backslash takes the next character as it is (within "..." only before $ ` " and
-  /// another backslash). That is all: nothing is expanded, substituted or redirected, and | ; & < > are
-  /// characters like any other, so that no text in the line can become a second command. The first word is the
-  /// program: a path when it holds a separator (from the current directory on, unless it is absolute),
+  /// The line falls into words as in a POSIX shell: blanks, tabs and line ends part them, '...' and "..."
+  /// hold a word together, and a backslash takes the next character as it is (within "..." only before $ ` "
+  /// and another backslash). That is all: nothing is expanded, substituted or redirected, and | ; & < > are
+  /// characters like any other, so that no text in the line can become a second command. The first word is
+  /// the program: a path when it holds a separator (from the current directory on, unless it is absolute),
   /// otherwise a name that is looked for in PATH.
   ///
   /// The program gets none of our descriptors, runs in a session of its own, reads and writes nowhere, and

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
+
+#include "platform/files.h"
 
 namespace kova::platform {
 
@@ -19,6 +22,8 @@ inline constexpr int kAddressNotAvailable = 24049;
 inline constexpr int kConnectionReset = 24054;
 inline constexpr int kNotConnected = 24057;
 inline constexpr int kTimedOut = 24060;
+/// Not the network: the file that was to be sent cannot be read, or has become shorter.
+inline constexpr int kFileUnreadable = -1;
 }  // namespace socket_error
 
 /// A connection that the kernel has finished but nobody has taken yet. Only valid during the accept event.
@@ -76,6 +81,15 @@ class Socket {
   /// Writes all of `bytes` or a part of it and returns the count; negative on failure, with lastError() set.
   /// What is counted as written is not lost, however slow the peer is.
   virtual long write(std::string_view bytes) = 0;
+
+  /// Writes `head` and behind it `count` bytes of `file` from byte `offset` (0-based) on, as one write() of
+  /// both would, without the bytes having to pass through the program. The file is kept open as long as its
+  /// bytes are on their way, even when it is removed meanwhile; whether it is changed in place meanwhile is
+  /// up to whoever does so. Negative on failure, with lastError() set: kFileUnreadable when the file cannot
+  /// be read there. If that shows only later, the connection is broken off behind the last byte that could be
+  /// read, so that the peer does not wait for the rest; the disconnect event follows.
+  virtual long writeFile(std::string_view head, const std::shared_ptr<InputFile>& file, std::int64_t offset,
+                         std::size_t count) = 0;
 
   /// False while the last write is still on its way into the network; a write now would fail with
   /// kWouldBlock. The writeReady event tells when it is true again.

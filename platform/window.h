@@ -31,7 +31,8 @@ class Window {
     modal_ = modal;
     if (onShown) onShown();
   }
-  void close() {
+  /// By the owner or by the program alike. A window that has to end something with it overrides this.
+  virtual void close() {
     visible_ = false;
     if (onShown) onShown();
   }

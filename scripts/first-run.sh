@@ -53,7 +53,10 @@ for folder in calendar contacts tasks notes; do
   copy "$root/sample/$folder" "outlook/$folder"
 done
 make_inbox
+copy "$root/sample/commands" commands
 
 printf '%s\r\n' "[Main]" "WAP_Directory=$home/pages/" "image=$home/pages/kova.png" "Local_Port=8081" \
-  "Auto_Start=0" "Auto_Start_Paging=0" >"$settings.part"
+  "Auto_Start=0" "Auto_Start_Paging=0" \
+  "CMD_Title_0=Write the time" "CMD_Command_0=commands/write-time.sh" \
+  "CMD_Title_1=Write a word" "CMD_Command_1=commands/write-word.sh" "CMD_PIN_1=1234" >"$settings.part"
 mv "$settings.part" "$settings"

@@ -28,8 +28,9 @@ enum class PathKind {
 struct ClientRecord {
   /// 1-based position of the next byte of the response file; in a text write, the count of the last write.
   std::int64_t SentPos = 0;
-  /// The open response file; null when none.
-  std::unique_ptr<platform::InputFile> FileNumber;
+  /// The open response file, whose bytes the socket may still be sending when the record is done with it;
+  /// null when none.
+  std::shared_ptr<platform::InputFile> FileNumber;
   std::int16_t RequestState = kIdle;
   /// Response header that is not written yet.
   std::string SendBuffer;

@@ -1,24 +1,23 @@
 #include "server/dispatch.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "server/requests.h"
+#include "server/route_names.h"
 
 namespace kova::server {
 
 namespace {
 
-struct GetRoute {
-  std::string_view name;
-  bool decodesQuery;
-};
+/// Whose query is percent-decoded; the others read theirs as it came.
+bool decodesQuery(std::string_view route) {
+  static constexpr std::string_view kDecoding[] = {"comd", "pop3", "acal", "atsk", "acon", "anot"};
+  return std::find(std::begin(kDecoding), std::end(kDecoding), route) != std::end(kDecoding);
+}
 
 // In the order in which they are tried.
-constexpr GetRoute kGetRoutes[] = {
-    {"oabt", false}, {"comd", true},  {"pop3", true},  {"acal", true},  {"atsk", true},  {"acon", true},
-    {"anot", true},  {"ocal", false}, {"otsk", false}, {"onot", false}, {"ocon", false}, {"oeml", false},
-};
-
 constexpr std::string_view kPostRoutes[] = {"ocal", "atsk", "acon", "anot", "acal", "ocon", "onot"};
 
 constexpr std::string_view kSearchQuery = "?caltp=";
@@ -47,18 +46,18 @@ base::Task<> Dispatcher::runGetRoutes(int index) {
     co_return;
   }
 
-  for (const GetRoute& route : kGetRoutes) {
-    if (path.starts_with(route.name)) path.insert(0, "/");
-    if (!isRoute(path, route.name)) continue;
+  for (const std::string_view route : kRouteNames) {
+    if (path.starts_with(route)) path.insert(0, "/");
+    if (!isRoute(path, route)) continue;
 
-    const std::string_view rest = std::string_view(path).substr(1 + route.name.size());
-    const Route& handlers = routes_[std::string(route.name)];
+    const std::string_view rest = std::string_view(path).substr(1 + route.size());
+    const Route& handlers = routes_[std::string(route)];
     const PageHandler* handler = &handlers.page;
     std::string parameters;
     if (rest.starts_with('?')) {
       handler = handlers.search && rest.starts_with(kSearchQuery) ? &handlers.search : &handlers.query;
       std::string whole = path;
-      if (route.decodesQuery) {
+      if (decodesQuery(route)) {
         auto decoded = converthexa(path);
         if (!decoded) {
           slots_.DropClient(index, kParseError);
@@ -69,7 +68,7 @@ base::Task<> Dispatcher::runGetRoutes(int index) {
       }
       parameters = whole.substr(whole.find('?') + 1);
     }
-    const bool send = co_await build(index, route.name, handler, std::move(parameters));
+    const bool send = co_await build(index, route, handler, std::move(parameters));
     if (send) answer(index);
     co_return;
   }
@@ -95,7 +94,7 @@ base::Task<bool> Dispatcher::build(int index, std::string_view name, const PageH
                                    std::string parameters) {
   PageRequest request;
   request.slot = index;
-  request.F = "/" + std::string(name) + std::to_string(index) + ".tmp";
+  request.F = temporaryDeckPath(name, index);
   request.parameters = std::move(parameters);
   const std::uint64_t generation = slots_.generation(index);
   request.wanted = [this, index, generation] { return slots_.serves(index, generation); };
@@ -104,6 +103,8 @@ base::Task<bool> Dispatcher::build(int index, std::string_view name, const PageH
   client.RequestPath = request.F;
   client.Kind = PathKind::kTemporaryDeck;
   client.TemporaryDeck = responses_.inPageDirectory(request.F);
+  // What a crash has left under this name answers nobody.
+  files_.remove(client.TemporaryDeck);
   int status = 0;
   if (*handler) {
     status = co_await (*handler)(std::move(request));

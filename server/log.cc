@@ -14,6 +14,11 @@ ServerLog::ServerLog(const platform::Clock& clock, platform::Files& files, platf
 void ServerLog::LogLine(std::string_view text) {
   std::string line = base::toUtf8(text);
   std::replace_if(line.begin(), line.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '.');
+  // The controls U+0080 to U+009F, which a terminal obeys as well.
+  for (std::size_t at = 0; at + 1 < line.size(); ++at) {
+    const bool control = line[at] == '\xC2' && static_cast<unsigned char>(line[at + 1]) < 0xA0;
+    if (control) line.replace(at, 2, ".");
+  }
   // Two stamps: the file and the box may differ by a second.
   if (traceFile && !traceFile().empty()) WriteTraceLine(base::logStamp(clock_.localNow()) + line);
   AppendLogBox(base::logStamp(clock_.localNow()) + line);

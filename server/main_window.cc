@@ -1,6 +1,6 @@
 #include "server/main_window.h"
 
-#include <limits>
+#include <filesystem>
 #include <optional>
 
 #include "base/number.h"
@@ -46,6 +46,7 @@ frmMain::frmMain(Machine machine, std::string programFolder, std::string executa
       dispatcher_(slots_, machine.files, responses_, [this] { return txtimage.text(); }),
       requests_(machine.loop, slots_, log, dispatcher_) {
   log.traceFile = [this] { return slots_.sockServer(0).trace().file; };
+  slots_.onConnected = [this](int index) { requests_.connected(index); };
   slots_.onRead = [this](int index) { requests_.read(index); };
   slots_.onWriteReady = [this](int index) { responses_.SendResponse(index); };
   slots_.onStateChanged = [this] { RefreshServerState(); };
@@ -56,7 +57,7 @@ frmMain::frmMain(Machine machine, std::string programFolder, std::string executa
 std::string frmMain::pageDirectory() const {
   const std::string& text = editPageDirectory.text();
   const char separator = machine_.files.separator();
-  const bool nothing = text.empty() || (text.size() == 1 && text.front() == separator);
+  const bool nothing = std::filesystem::path(text).lexically_normal().relative_path().empty();
   return nothing ? programFolder_ + separator : text;
 }
 
@@ -106,7 +107,11 @@ void frmMain::wireButtons() {
   shows(Command2, showLaunch);
   shows(Command5, showPop3);
   shows(Command3, showAbout);
-  mnuTrace.onClick = [this] { traceWindow.show(true); };
+  mnuTrace.onClick = [this] {
+    const platform::SocketTrace& trace = slots_.sockServer(0).trace();
+    traceWindow.set({trace.enabled, trace.file, trace.level});
+    traceWindow.show(true);
+  };
   traceWindow.onAccepted = [this] {
     const TraceOptions options = traceWindow.TraceParams();
     slots_.sockServer(0).setTrace({options.enabled, options.file, options.level});
@@ -121,6 +126,7 @@ void frmMain::load() {
 void frmMain::unload() {
   if (listening()) slots_.sockServer(0).disconnect();
   dropAllClients();
+  requests_.stop();
 }
 
 void frmMain::dropAllClients() {

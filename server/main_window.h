@@ -54,7 +54,8 @@ class frmMain : public platform::Window {
   /// Start-up: fills the fields from the settings file and starts what the owner wants started.
   void load();
 
-  /// The end of the program: stops listening and drops every client, so that nothing of theirs is left behind.
+  /// The end of the program: stops listening and drops every client, so that nothing of theirs is left
+  /// behind.
   void unload();
 
   /// The folder of the served files and of the decks. A field that holds nothing or the root of the disk
@@ -67,16 +68,16 @@ class frmMain : public platform::Window {
 
   // The controls, in the order in which they are reached with the Tab key.
   platform::Frame Frame1{"Frame1", "WAP Server Set-up:"};
-  platform::TextBox editLocalAddress{"editLocalAddress"};
-  platform::TextBox editLocalPort{"editLocalPort"};
-  platform::TextBox editMaxClients{"editMaxClients"};
-  platform::TextBox editPageDirectory{"editPageDirectory"};
+  platform::TextBox editLocalAddress{"editLocalAddress", "IP Address of this PC:"};
+  platform::TextBox editLocalPort{"editLocalPort", "Port:"};
+  platform::TextBox editMaxClients{"editMaxClients", "Max Clients:"};
+  platform::TextBox editPageDirectory{"editPageDirectory", "WAP Page Directory:"};
   platform::Button Command1{"Command1", "Choose..."};
-  platform::TextBox txtimage{"txtimage"};
+  platform::TextBox txtimage{"txtimage", "Displayed image:"};
   platform::Button Command4{"Command4", "Choose..."};
-  platform::TextBox Text1{"Text1"};
-  platform::CheckBox Check1{"Check1"};
-  platform::CheckBox paging_check{"paging_check"};
+  platform::TextBox Text1{"Text1", "PIN code requested when adding new items:"};
+  platform::CheckBox Check1{"Check1", "Start WAP Server when KOVA is launched:"};
+  platform::CheckBox paging_check{"paging_check", "Start paging server when KOVA is launched:"};
   platform::Button cmdListen{"cmdListen", "Start WAP Server"};
   platform::Button cmdDisconnect{"cmdDisconnect", "Disconnect"};
   platform::Button cmdClearLog{"cmdClearLog", "Clear Window"};

@@ -48,6 +48,14 @@ Requests::Arrivals& Requests::arrivals(int index) {
   return found;
 }
 
+void Requests::connected(int index) {
+  const std::uint64_t generation = slots_.generation(index);
+  // Whoever connects and asks for nothing must not keep a place from the others.
+  arrivals(index).deadline = loop_.callAfter(kTimeForRequest, [this, index, generation] {
+    if (slots_.serves(index, generation)) drop(index, kParseError);
+  });
+}
+
 void Requests::read(int index) {
   platform::Socket& socket = slots_.sockServer(index);
   const long count = socket.read(buffer_, kReadBytes);
@@ -69,25 +77,19 @@ void Requests::read(int index) {
 base::Task<> Requests::collect(int index, std::uint64_t generation) {
   ClientRecord& client = slots_.client(index);
   Arrivals& arrived = arrivals(index);
-  const auto appendArrived = [&] {
-    for (const std::string& piece : std::exchange(arrived.pieces, {})) client.RequestText += piece;
-  };
-
   while (!arrived.pieces.empty()) {
     if (!client.RequestStarted) {
       co_await base::yield(loop_);
       if (!slots_.serves(index, generation)) co_return;
-      const std::string& piece = arrived.pieces.front();
-      client.RequestStarted = piece.starts_with(kGet) || piece.starts_with(kPost);
-      if (!client.RequestStarted) {
-        arrived.pieces.erase(arrived.pieces.begin());
-        continue;
-      }
+      const std::string& first = arrived.pieces.front();
+      client.RequestStarted = first.starts_with(kGet) || first.starts_with(kPost);
     }
-    appendArrived();
+    const std::string piece = std::move(arrived.pieces.front());
+    arrived.pieces.pop_front();
+    if (!client.RequestStarted) continue;
+    client.RequestText += piece;
     co_await base::yield(loop_);
     if (!slots_.serves(index, generation)) co_return;
-    appendArrived();
 
     if (client.RequestText.size() > kMaxRequestBytes) {
       drop(index, kParseError);
@@ -97,9 +99,12 @@ base::Task<> Requests::collect(int index, std::uint64_t generation) {
     if (isGet && !client.RequestText.ends_with("\r\n\r\n")) continue;
     client.RequestStarted = false;
     arrived.taken = true;
+    arrived.deadline.reset();
     if (isGet) {
       co_await HandleGetRequest(index);
     } else {
+      // What came while events ran counts as arrived with the first piece.
+      for (const std::string& late : arrived.pieces) client.RequestText += late;
       co_await PostCommand(index);
     }
     co_return;

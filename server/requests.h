@@ -1,12 +1,12 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <deque>
-#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "base/task.h"
 #include "platform/event_loop.h"
@@ -33,6 +33,15 @@ class Requests {
 
   Requests(platform::EventLoop& loop, ClientSlots& slots, ServerLog& log, Dispatcher& dispatcher);
 
+  /// A client has this long from its connection to its whole request.
+  static constexpr std::chrono::seconds kTimeForRequest{60};
+
+  /// The connect event of a client slot.
+  void connected(int index);
+
+  /// The end of the program: what is under way for any client stops where it waits.
+  void stop() { tasks_.clear(); }
+
   /// The read event of a client slot.
   void read(int index);
 
@@ -40,9 +49,10 @@ class Requests {
   /// What has been read for one slot and waits for its turn.
   struct Arrivals {
     std::uint64_t generation = 0;
-    std::vector<std::string> pieces;
+    std::deque<std::string> pieces;
     bool underWay = false;  ///< a collect() is at work on them
     bool taken = false;     ///< the request is complete
+    std::unique_ptr<platform::EventLoop::Timer> deadline;
   };
 
   Arrivals& arrivals(int index);

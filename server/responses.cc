@@ -1,12 +1,10 @@
 #include "server/responses.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <utility>
 
-#include "base/date_format.h"
-#include "base/number.h"
 #include "base/text.h"
+#include "server/route_names.h"
 
 namespace kova::server {
 
@@ -38,15 +36,14 @@ bool staysInside(std::string_view path) {
   }
 }
 
-bool isSeparator(char c) { return c == '/' || c == '\\'; }
-
 }  // namespace
 
 Responses::Responses(ClientSlots& slots, platform::Files& files, ServerLog& log, ResponseHost host)
-    : slots_(slots), files_(files), log_(log), host_(std::move(host)) {}
+    : slots_(slots), files_(files), log_(log), host_(std::move(host)), privatePaths_(host_.privatePaths) {}
 
 std::string Responses::inPageDirectory(std::string_view path) const {
   std::string file = host_.pageDirectory();
+  const auto isSeparator = [this](char c) { return c == '/' || c == files_.separator(); };
   const bool ends = !file.empty() && isSeparator(file.back());
   const bool begins = !path.empty() && isSeparator(path.front());
   if (ends && begins) path.remove_prefix(1);
@@ -55,25 +52,15 @@ std::string Responses::inPageDirectory(std::string_view path) const {
   return file.append(path);
 }
 
-std::optional<std::string> Responses::fileOf(const ClientRecord& client) const {
+std::optional<std::string> Responses::fileOf(const ClientRecord& client) {
   if (client.Kind == PathKind::kImage) return client.RequestPath;
   if (client.Kind == PathKind::kRequested && !staysInside(client.RequestPath)) return std::nullopt;
-  std::string file = inPageDirectory(client.RequestPath);
-  if (isPrivate(file)) return std::nullopt;
-  return file;
-}
-
-bool Responses::isPrivate(const std::string& file) const {
-  const std::string folder = host_.pageDirectory();
-  std::string normal;
-  for (const std::string& path : host_.privatePaths) {
-    if (!path.starts_with(folder)) continue;
-    // "pages//x" and "pages/./x" name the same file as "pages/x".
-    if (normal.empty()) normal = std::filesystem::path(file).lexically_normal().string();
-    if (normal.starts_with(path) && (normal.size() == path.size() || isSeparator(normal[path.size()])))
-      return true;
+  if (client.Kind == PathKind::kRequested) {
+    // Another phone's deck may hold what that phone gave a PIN for.
+    if (namesTemporaryDeck(client.RequestPath)) return std::nullopt;
+    if (privatePaths_.hold(host_.pageDirectory(), client.RequestPath)) return std::nullopt;
   }
-  return false;
+  return inPageDirectory(client.RequestPath);
 }
 
 std::string Responses::ContentType(int index) {
@@ -96,22 +83,25 @@ void Responses::WriteResponseHeaders(int index) {
   ClientRecord& client = slots_.client(index);
   const std::string type = ContentType(index);
 
-  platform::FileResult<std::int64_t> length;
-  length.error = platform::file_error::kNotFound;
-  if (const auto file = fileOf(client)) length = files_.length(*file);
-  if (!length) {
-    log_.LogError("File Availability Error: " + client.RequestPath + "  #", length.error,
+  platform::FileResult<std::unique_ptr<platform::InputFile>> opened;
+  opened.error = platform::file_error::kNotFound;
+  if (const auto path = fileOf(client)) opened = files_.open(*path);
+  if (!opened) {
+    log_.LogError("File Availability Error: " + client.RequestPath + "  #", opened.error,
                   slots_.sockServer(index).peerAddress(), client.SentPos);
   }
+  // The file that is measured here is the one that is sent, whatever happens to its name meanwhile.
+  client.FileNumber = opened ? std::move(*opened.value) : nullptr;
+  const std::int64_t length = client.FileNumber ? client.FileNumber->length() : 0;
 
   std::string& header = client.SendBuffer;
-  header = length ? "HTTP/1.1 200 OK\r\n" : "HTTP/1.1 404 Not found\r\n";
+  header = opened ? "HTTP/1.1 200 OK\r\n" : "HTTP/1.1 404 Not found\r\n";
   header.append("Content-Type: ").append(type).append(base::kCrLf);
   header.append("Cache-Control: no-cache, must-revalidate\r\n");
   header.append("Pragma: no-cache\r\n");
-  header.append("Content-Length: ").append(std::to_string(length.value.value_or(0))).append(base::kCrLf);
+  header.append("Content-Length: ").append(std::to_string(length)).append(base::kCrLf);
   header.append(base::kCrLf);
-  client.RequestState = length ? kFoundHeaderQueued : kMissingHeaderQueued;
+  client.RequestState = opened ? kFoundHeaderQueued : kMissingHeaderQueued;
 }
 
 void Responses::SendResponse(int index) {
@@ -134,16 +124,6 @@ void Responses::sendBody(int index) {
   ClientRecord& client = slots_.client(index);
   platform::Socket& socket = slots_.sockServer(index);
 
-  const auto dropForFileError = [&] {
-    slots_.DropClient(index, "File error occurred during reading of file: " + client.RequestPath);
-    slots_.onStateChanged();
-  };
-  if (!client.FileNumber) {
-    const auto file = fileOf(client);
-    auto opened = file ? files_.open(*file) : platform::FileResult<std::unique_ptr<platform::InputFile>>();
-    if (!opened) return dropForFileError();
-    client.FileNumber = std::move(*opened.value);
-  }
   const std::int64_t length = client.FileNumber->length();
   log_.LogLine("Sending " + std::to_string(length) + " bytes to client " + std::to_string(index));
 
@@ -153,27 +133,25 @@ void Responses::sendBody(int index) {
     // Whoever is not ready gets the rest from its write-ready event.
     if (!socket.readyToWrite()) return;
     const auto left = static_cast<std::size_t>(length + 1 - client.SentPos);
-    const std::span<char> piece(piece_.data(), left < kPieceBytes ? left : kPieceBytes);
-    if (client.FileNumber->readAt(client.SentPos - 1, piece) != static_cast<long>(piece.size())) {
-      return dropForFileError();
-    }
+    const std::size_t piece = std::min(left, kPieceBytes);
+    const std::int64_t offset = client.SentPos - 1;
     // kept: a piece counts as sent before it is; one that the socket refuses is not sent again.
-    client.SentPos += static_cast<std::int64_t>(piece.size());
-    long written = 0;
-    if (client.SendBuffer.empty()) {
-      written = socket.write({piece.data(), piece.size()});
-    } else {
-      const std::string first = std::exchange(client.SendBuffer, {}).append(piece.data(), piece.size());
-      written = socket.write(first);
-    }
-    if (written < 0) {
+    client.SentPos += static_cast<std::int64_t>(piece);
+    const std::string header = std::exchange(client.SendBuffer, {});
+    if (socket.writeFile(header, client.FileNumber, offset, piece) < 0) {
+      if (socket.lastError() == platform::socket_error::kFileUnreadable) {
+        slots_.DropClient(index, "File error occurred during reading of file: " + client.RequestPath);
+        slots_.onStateChanged();
+        return;
+      }
       waitsAfterWriteError(index, "WOULDBLOCK error occurred: Error #", "INPROGRESS error occurred: Error #");
       return;
     }
   }
 
   client.FileNumber.reset();
-  if (client.Kind != PathKind::kImage && client.RequestPath.ends_with(".tmp")) {
+  // A temporary deck goes with its client.
+  if (client.Kind == PathKind::kRequested && client.RequestPath.ends_with(".tmp")) {
     if (const auto file = fileOf(client)) files_.remove(*file);
   }
   finish(index);
@@ -219,17 +197,6 @@ void Responses::WriteString(int index, std::string_view text) {
     client.SentPos = written;
     drop();
   }
-}
-
-std::string Rfc1123Date(const platform::DateTime& t) {
-  static constexpr std::string_view kDays[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
-  static constexpr std::string_view kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                                 "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-  std::string text(kDays[base::weekday(t)]);
-  text.append(", ").append(base::padded(t.day, 2)).append(" ").append(kMonths[t.month - 1]);
-  text.append(" ").append(base::padded(t.year, 4)).append(" ").append(base::padded(t.hour, 2));
-  text.append(":").append(base::padded(t.minute, 2)).append(":").append(base::padded(t.second, 2));
-  return text.append(" GMT");
 }
 
 }  // namespace kova::server

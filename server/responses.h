@@ -1,15 +1,14 @@
 #pragma once
 
-#include <array>
 #include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "platform/date_time.h"
 #include "platform/files.h"
 #include "server/log.h"
+#include "server/private_paths.h"
 #include "server/slots.h"
 
 namespace kova::server {
@@ -17,9 +16,7 @@ namespace kova::server {
 /// What the responses need of the program around them.
 struct ResponseHost {
   std::function<std::string()> pageDirectory;
-  /// Files and folders that no phone gets, even where they lie in the page directory: absolute, without "."
-  /// and
-  /// ".." and without a separator at the end.
+  /// See PrivatePaths.
   std::vector<std::string> privatePaths;
   /// Writes the deck that tells a phone that it cannot show a file, to a file of this name.
   std::function<void(const std::string& path)> writeNoSupportDeck;
@@ -35,7 +32,7 @@ class Responses {
 
   /// The file that the client's RequestPath names, whether it exists or not; empty when the path is one that
   /// a phone has asked for and leads, or could lead, out of the page directory.
-  std::optional<std::string> fileOf(const ClientRecord& client) const;
+  std::optional<std::string> fileOf(const ClientRecord& client);
 
   /// The file of a path in the page directory.
   std::string inPageDirectory(std::string_view path) const;
@@ -44,7 +41,8 @@ class Responses {
   /// "/nosupport.wml": the request is redirected there.
   std::string ContentType(int index);
 
-  /// Puts the response header into SendBuffer and sets RequestState to found or missing. Writes nothing.
+  /// Opens the response file, puts the response header into SendBuffer and sets RequestState to found or
+  /// missing. Writes nothing.
   void WriteResponseHeaders(int index);
 
   /// Sends what is due to the client, as far as the socket takes it, and ends the connection when all is
@@ -55,7 +53,6 @@ class Responses {
   void WriteString(int index, std::string_view text);
 
  private:
-  bool isPrivate(const std::string& file) const;
   void sendBody(int index);
   void finish(int index);
   /// Would-block and in-progress are logged and waited for (true); anything else drops the client.
@@ -65,10 +62,7 @@ class Responses {
   platform::Files& files_;
   ServerLog& log_;
   ResponseHost host_;
-  std::array<char, kPieceBytes> piece_{};
+  PrivatePaths privatePaths_;
 };
-
-/// A date-time in the form of RFC 1123: "Sun, 06 Nov 1994 08:49:37 GMT". The time is taken as it is given.
-std::string Rfc1123Date(const platform::DateTime& t);
 
 }  // namespace kova::server

@@ -57,6 +57,7 @@ void ClientSlots::connected(int index) {
   ++ActiveClients_;
   log_.LogLine(sockServer(index).peerAddress() + " Connected on Index " + std::to_string(index) +
                ", Active Clients: " + std::to_string(ActiveClients_));
+  onConnected(index);
   onStateChanged();
 }
 

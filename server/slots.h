@@ -43,6 +43,7 @@ class ClientSlots {
   void resetRecords();
 
   // Events of a client slot, raised with its index.
+  std::function<void(int)> onConnected;
   std::function<void(int)> onRead;
   std::function<void(int)> onWriteReady;
   /// The number of clients or what is shown of it may have changed.

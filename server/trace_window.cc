@@ -26,6 +26,12 @@ TraceOptions frmTrace::TraceParams() const {
   return options;
 }
 
+void frmTrace::set(const TraceOptions& options) {
+  chkEnableTracing.setValue(options.enabled ? 1 : 0);
+  txtTraceFile.setText(options.file);
+  chooseLevel(options.level);
+}
+
 void frmTrace::chooseLevel(int level) {
   for (std::size_t i = 0; i < OptLevel.size(); ++i) OptLevel[i].setChosen(kLevels[i] == level);
 }

@@ -24,13 +24,16 @@ class frmTrace : public platform::Window {
   /// What the controls say now.
   TraceOptions TraceParams() const;
 
+  /// Shows what is in force.
+  void set(const TraceOptions& options);
+
   /// Chooses one level (0, 1, 2 or 4), as a click on its button.
   void chooseLevel(int level);
 
   platform::Frame frameLevel{"Frame1", "Tracing Level"};
   std::array<platform::OptionButton, 4> OptLevel;
-  platform::CheckBox chkEnableTracing{"chkEnableTracing"};
-  platform::TextBox txtTraceFile{"txtTraceFile"};
+  platform::CheckBox chkEnableTracing{"chkEnableTracing", "Enable Tracing"};
+  platform::TextBox txtTraceFile{"txtTraceFile", "Trace File:"};
   platform::Button cmdOK{"cmdOK", "OK"};
   platform::Button cmdCancel{"cmdCancel", "Cancel"};
 

@@ -138,7 +138,9 @@ void addnot(const AddingContext& context, const TextFields& fields) {
   if (!note) return;
 
   // kept: a carriage return alone ends the heading.
-  if (!note.setText(TextProperty::kBody, fields.title + "\r" + fields.text) || !note->save()) return;
+  if (!note.setText(TextProperty::kBody, base::toUtf8(fields.title) + "\r" + base::toUtf8(fields.text)) ||
+      !note->save())
+    return;
   resultDeck(context, "note added", "The note has been added in your list.", "/ocal");
 }
 

@@ -63,7 +63,7 @@ bool AddCalendarRows(Deck& deck, outlook::Items& calendar, const DateTime& day) 
   }
 
   // Those that start on it. kept: the blank in front of the second date, which a filter passes over.
-  const std::string nextDay = QuoteText(" " + base::yyyy_mm_dd(base::addDays(day, 1)));
+  const std::string nextDay = QuoteText(" " + base::yyyy_mm_dd(base::addDays(day, 1)) + " 12:00 AM");
   const auto starting = calendar.restrict("[Start] >= " + midnight + " AND [Start] < " + nextDay);
   if (!starting) return false;
   std::string text;

@@ -80,6 +80,22 @@ std::string WmlEscape(std::string_view text) {
   }
 }
 
+std::string withoutForbidden(std::string_view text) {
+  std::string allowed;
+  allowed.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    if (byte < 0x20 && byte != '\t' && byte != '\r' && byte != '\n') continue;
+    const std::string_view three = text.substr(i, 3);
+    if (three == "\xEF\xBF\xBE" || three == "\xEF\xBF\xBF") {
+      i += 2;
+      continue;
+    }
+    allowed += text[i];
+  }
+  return allowed;
+}
+
 void prologue(Deck& deck) {
   deck.line(kXmlDeclaration);
   deck.line(kDocumentType);

@@ -52,6 +52,10 @@ class Deck {
 /// Escapes a text for a card: & < > " ' become entities, and "$", which would begin a variable, is doubled.
 std::string WmlEscape(std::string_view text);
 
+/// A UTF-8 text without the characters that no XML document may hold (XML 1.0, 2.2: control characters other
+/// than tab and line ends, U+FFFE, U+FFFF). A browser refuses a deck with one of them.
+std::string withoutForbidden(std::string_view text);
+
 /// XML declaration, document type and "<wml>".
 void prologue(Deck& deck);
 

@@ -1,5 +1,7 @@
 #include "wml/outlook_session.h"
 
+#include <cmath>
+
 namespace kova::wml {
 
 namespace outlook = platform::outlook;
@@ -27,6 +29,8 @@ std::optional<FolderSession> FolderSession::open(outlook::Automation& automation
 }
 
 std::unique_ptr<outlook::Item> FolderSession::itemAt(double position) {
+  // No count is ever equal to any other number; the folder need not be gone through to find that out.
+  if (position < 1 || position != std::floor(position)) return nullptr;
   double count = 1;
   auto item = items_->getFirst();
   for (; item && count != position; ++count) item = items_->getNext();

@@ -10,7 +10,7 @@ namespace kova::platform::local_outlook {
 namespace {
 
 constexpr WallTime kLatest = 253'402'300'799;  // the end of the year 9999
-constexpr std::int64_t kLongest = 10'000 * 366 * kDay;
+constexpr std::int64_t kLongest = std::int64_t{10'000} * 366 * kDay;
 constexpr long kMaxMinutes = 2'147'483'647;
 
 /// The length in days and seconds; the library's own sum overflows.

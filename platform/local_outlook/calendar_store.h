@@ -33,8 +33,8 @@ class CalendarStore : public std::enable_shared_from_this<CalendarStore> {
   };
   /// All occurrences of series that lie, wholly or in part, in some years.
   struct Years {
-    int first;
-    int last;
+    int first = 0;
+    int last = 0;
     OccurrenceTable table;
   };
 

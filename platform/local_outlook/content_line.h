@@ -19,7 +19,7 @@ FirstLine splitFirstLine(std::string_view text);
 
 /// The value of a TEXT property (RFC 5545 3.3.11, RFC 6350 3.4): backslash, comma, semicolon and line ends
 /// are escaped, other control characters are left out, what is not UTF-8 is read as ISO-8859-1.
-std::string escapedText(std::string_view text);
+std::string escapedText(std::string_view raw);
 
 /// Undoes escapedText; line ends become CR LF.
 std::string unescapedText(std::string_view value);

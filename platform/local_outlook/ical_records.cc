@@ -3,10 +3,10 @@
 namespace kova::platform::local_outlook {
 
 ReadRecords readIcalRecords(
-    const std::string& bytes, std::string_view name, icalcomponent_kind kind, ZoneCache& cache,
+    const std::string& bytes, std::string_view name, icalcomponent_kind kind, ZoneCache& zoneCache,
     const std::function<std::shared_ptr<const Record>(icalcomponent*, FileZones&)>& read) {
   const std::string text = icalText(bytes);
-  FileZones zones(cache);
+  FileZones zones(zoneCache);
   ComponentText component;
   ComponentTexts definitions(text);
   while (definitions.next(component))

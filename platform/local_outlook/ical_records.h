@@ -11,7 +11,7 @@ namespace kova::platform::local_outlook {
 
 /// Reads all components of one kind out of a calendar file; those of other kinds are passed over.
 ReadRecords readIcalRecords(
-    const std::string& bytes, std::string_view name, icalcomponent_kind kind, ZoneCache& zones,
+    const std::string& bytes, std::string_view name, icalcomponent_kind kind, ZoneCache& zoneCache,
     const std::function<std::shared_ptr<const Record>(icalcomponent*, FileZones&)>& read);
 
 }  // namespace kova::platform::local_outlook

@@ -76,8 +76,12 @@ bool InboxStore::refresh(WatchedFolder& folder, std::shared_ptr<std::vector<Entr
   for (const FileNumber file : changes.toRead) {
     const std::string path = folder.pathOf(file);
     struct stat status{};
-    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
-      if (errno != ENOENT || S_ISLNK(status.st_mode)) folder.report(file, "is not a regular file");
+    if (::stat(path.c_str(), &status) != 0) {
+      if (errno != ENOENT) folder.report(file, std::strerror(errno));
+      continue;
+    }
+    if (!S_ISREG(status.st_mode)) {
+      folder.report(file, "is not a regular file");
       continue;
     }
     if (::access(path.c_str(), R_OK) != 0) {

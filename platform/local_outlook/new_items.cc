@@ -80,8 +80,9 @@ class NewItem : public outlook::Item {
 /// An iCalendar object with one component (RFC 5545).
 class CalendarWriter {
  public:
-  CalendarWriter(std::string_view component, std::string_view uid, Instant now) : component_(component) {
-    text_ = "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//Tarvel//KOVA WAP 1.7//EN\r\n";
+  CalendarWriter(std::string_view component, std::string_view uid, Instant now)
+      : component_(component),
+        text_("BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//Tarvel//KOVA WAP 1.7//EN\r\n") {
     line("BEGIN", component_);
     line("UID", uid);
     line("DTSTAMP", utcText(now));
@@ -120,7 +121,7 @@ class NewAppointment final : public NewItem {
   }
   std::optional<DateTime> date(DateProperty property) override {
     if (!start_) return std::nullopt;
-    if (property == DateProperty::kStart) return *start_;
+    if (property == DateProperty::kStart) return start_;
     if (property == DateProperty::kEnd) return base::fromWallSeconds(localFromInstant(end()));
     return std::nullopt;
   }

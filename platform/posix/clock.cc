@@ -4,6 +4,15 @@
 
 namespace kova::platform::posix {
 
+namespace {
+
+/// A leap second counts as the one before it.
+DateTime dateTime(const tm& t) {
+  return {t.tm_year + 1900, t.tm_mon + 1, t.tm_mday, t.tm_hour, t.tm_min, t.tm_sec < 60 ? t.tm_sec : 59};
+}
+
+}  // namespace
+
 DateTime PosixClock::localNow() const {
   timespec now{};
   ::clock_gettime(CLOCK_REALTIME, &now);
@@ -12,11 +21,15 @@ DateTime PosixClock::localNow() const {
     tm local{};
     if (!::localtime_r(&now.tv_sec, &local)) return local_;
     second_ = now.tv_sec;
-    // A leap second counts as the one before it.
-    local_ = {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
-              local.tm_hour,        local.tm_min,     local.tm_sec < 60 ? local.tm_sec : 59};
+    local_ = dateTime(local);
   }
   return local_;
+}
+
+DateTime PosixClock::utcNow() const {
+  const std::time_t now = ::time(nullptr);
+  tm utc{};
+  return ::gmtime_r(&now, &utc) ? dateTime(utc) : DateTime{};
 }
 
 std::chrono::milliseconds PosixClock::monotonic() const {

@@ -8,6 +8,7 @@ namespace kova::platform::posix {
 class PosixClock final : public Clock {
  public:
   DateTime localNow() const override;
+  DateTime utcNow() const override;
   std::chrono::milliseconds monotonic() const override;
 
  private:

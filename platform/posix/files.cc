@@ -7,17 +7,17 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <memory>
 #include <string>
-#include <vector>
 
 #include "platform/posix/file_descriptor.h"
+#include "platform/posix/input_file.h"
 #include "platform/posix/write_all.h"
 
 namespace kova::platform::posix {
 
 namespace {
 
-constexpr std::size_t kReadAhead = 32 * 1024;
 constexpr std::size_t kGathered = 32 * 1024;
 constexpr mode_t kOwnerOnly = S_IRUSR | S_IWUSR;
 
@@ -54,54 +54,6 @@ int fileErrorOf(int error) {
 /// A NUL would end the name early and open another file.
 bool canBeName(const std::string& path) { return !path.empty() && path.find('\0') == std::string::npos; }
 
-class PosixInputFile final : public InputFile {
- public:
-  explicit PosixInputFile(FileDescriptor file, std::size_t length)
-      : file_(std::move(file)), readAhead_(std::min(length, kReadAhead)) {}
-
-  std::int64_t length() const override {
-    struct stat info{};
-    return ::fstat(file_.get(), &info) == 0 ? static_cast<std::int64_t>(info.st_size) : 0;
-  }
-
-  long readAt(std::int64_t offset, std::span<char> into) override {
-    if (offset < 0) return -1;
-    std::size_t done = 0;
-    while (done < into.size()) {
-      const std::int64_t at = offset + static_cast<std::int64_t>(done);
-      if (at < start_ || at >= start_ + static_cast<std::int64_t>(filled_)) {
-        if (!fill(at, into.size() - done)) return -1;
-        if (filled_ == 0) break;
-      }
-      const auto skip = static_cast<std::size_t>(at - start_);
-      const std::size_t count = std::min(into.size() - done, filled_ - skip);
-      std::memcpy(into.data() + done, buffer_.data() + skip, count);
-      done += count;
-    }
-    return static_cast<long>(done);
-  }
-
- private:
-  bool fill(std::int64_t offset, std::size_t wanted) {
-    buffer_.resize(std::max(readAhead_, std::min(wanted, kReadAhead)));
-    start_ = offset;
-    filled_ = 0;
-    ssize_t count = 0;
-    do {
-      count = ::pread(file_.get(), buffer_.data(), buffer_.size(), offset);
-    } while (count < 0 && errno == EINTR);
-    if (count < 0) return false;
-    filled_ = static_cast<std::size_t>(count);
-    return true;
-  }
-
-  FileDescriptor file_;
-  std::size_t readAhead_;  // a small file gets a small buffer
-  std::vector<char> buffer_;
-  std::int64_t start_ = 0;
-  std::size_t filled_ = 0;
-};
-
 class PosixOutputFile final : public OutputFile {
  public:
   explicit PosixOutputFile(FileDescriptor file) : file_(std::move(file)) {}
@@ -134,6 +86,20 @@ class PosixOutputFile final : public OutputFile {
 
 }  // namespace
 
+long PosixInputFile::readAt(std::int64_t offset, std::span<char> into) {
+  if (offset < 0) return -1;
+  std::size_t done = 0;
+  while (done < into.size()) {
+    const ssize_t count = ::pread(file_.get(), into.data() + done, into.size() - done,
+                                  offset + static_cast<std::int64_t>(done));
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return -1;
+    if (count == 0) break;
+    done += static_cast<std::size_t>(count);
+  }
+  return static_cast<long>(done);
+}
+
 FileResult<std::int64_t> PosixFiles::length(const std::string& path) {
   struct stat info{};
   if (!canBeName(path)) return {std::nullopt, file_error::kNotFound};
@@ -150,7 +116,7 @@ FileResult<std::unique_ptr<InputFile>> PosixFiles::open(const std::string& path)
   struct stat info{};
   if (::fstat(file.get(), &info) != 0) return {std::nullopt, fileErrorOf(errno)};
   if (!S_ISREG(info.st_mode)) return {std::nullopt, file_error::kNotFound};
-  return {std::make_unique<PosixInputFile>(std::move(file), static_cast<std::size_t>(info.st_size)),
+  return {std::make_unique<PosixInputFile>(std::move(file), static_cast<std::int64_t>(info.st_size)),
           file_error::kNone};
 }
 

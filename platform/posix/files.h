@@ -4,9 +4,7 @@
 
 namespace kova::platform::posix {
 
-/// Files of the local file system. Reading asks the system for many bytes at a time and keeps what was not
-/// asked for yet, so it may show a file that is changed meanwhile as it was a moment ago. Writing gathers
-/// bytes; a full disk may show only in OutputFile::close().
+/// Files of the local file system. Writing gathers bytes; a full disk may show only in OutputFile::close().
 class PosixFiles final : public Files {
  public:
   FileResult<std::int64_t> length(const std::string& path) override;

@@ -28,21 +28,6 @@ std::string dotted(const sockaddr& address) {
   return ::inet_ntop(AF_INET, &ipv4.sin_addr, text.data(), text.size()) ? text.data() : std::string();
 }
 
-int resolverError(int error) {
-  switch (error) {
-    case EAI_NONAME:
-      return 11001;
-    case EAI_AGAIN:
-      return 11002;
-    case EAI_NODATA:
-      return 11004;
-    case EAI_SYSTEM:
-      return windowsSocketsCode(errno);
-    default:
-      return 11003;
-  }
-}
-
 }  // namespace
 
 std::optional<HostLookup::Library> PosixHostLookup::startUp() {
@@ -70,7 +55,7 @@ std::vector<std::string> PosixHostLookup::addressesOf(const std::string& host) {
   wanted.ai_socktype = SOCK_STREAM;
   addrinfo* found = nullptr;
   if (const int error = ::getaddrinfo(host.c_str(), nullptr, &wanted, &found); error != 0) {
-    lastError_ = resolverError(error);
+    lastError_ = windowsResolverCode(error);
     return {};
   }
   const std::unique_ptr<addrinfo, void (*)(addrinfo*)> list(found, ::freeaddrinfo);

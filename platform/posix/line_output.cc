@@ -10,7 +10,7 @@
 
 namespace kova::platform::posix {
 
-LineOutput::LineOutput(int descriptor) : descriptor_(descriptor), mayBlock_(true) {
+LineOutput::LineOutput(int descriptor) : descriptor_(descriptor) {
   struct stat status{};
   if (fstat(descriptor, &status) == 0) mayBlock_ = !S_ISREG(status.st_mode);
 }

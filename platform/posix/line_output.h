@@ -24,7 +24,7 @@ class LineOutput {
 
  private:
   int descriptor_;
-  bool mayBlock_;
+  bool mayBlock_ = true;
   std::string kept_;
 };
 

@@ -15,10 +15,13 @@
 #include <cstring>
 #include <iterator>
 #include <list>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "platform/posix/input_file.h"
+#include "platform/posix/outgoing.h"
 #include "platform/posix/socket_errors.h"
 #include "platform/posix/socket_trace.h"
 
@@ -33,11 +36,10 @@ constexpr int kBacklog = 1024;
 constexpr int kMostAcceptsPerRound = 64;
 /// How much of small writes is gathered before the kernel gets it.
 constexpr std::size_t kGathered = 32 * 1024;
+/// How much of one connection goes out in one round of the loop, so that a fast peer who fetches something
+/// huge does not keep the others waiting.
+constexpr std::size_t kRoundShare = 256 * 1024;
 constexpr milliseconds kListenerPause{100};
-
-bool isShortage(int error) {
-  return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
-}
 
 void setOption(int fd, int level, int option, bool on) {
   const int value = on ? 1 : 0;
@@ -49,50 +51,9 @@ std::string dotted(const in_addr& address) {
   return ::inet_ntop(AF_INET, &address, text.data(), text.size()) ? text.data() : std::string();
 }
 
-/// Hands bytes to the kernel and takes off the front what it took. 0, or the errno of a broken connection; a
-/// kernel that has no room now is no error.
-int sendSome(int fd, std::string_view& bytes, bool more) {
-  while (!bytes.empty()) {
-    const ssize_t count =
-        ::send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT | (more ? MSG_MORE : 0));
-    if (count >= 0) {
-      bytes.remove_prefix(static_cast<std::size_t>(count));
-      continue;
-    }
-    if (errno == EINTR) continue;
-    if (errno == EAGAIN || isShortage(errno)) return 0;
-    return errno;
-  }
-  return 0;
+int errorNumber(int error) {
+  return error == Outgoing::kFileUnreadable ? socket_error::kFileUnreadable : socketErrorOf(error);
 }
-
-/// Bytes that were written and that the kernel has not taken yet.
-class HeldBytes {
- public:
-  bool empty() const { return sent_ == bytes_.size(); }
-  void hold(std::string_view bytes) {
-    bytes_ = bytes;
-    sent_ = 0;
-  }
-  void clear() {
-    bytes_ = {};
-    sent_ = 0;
-  }
-  /// As sendSome. `progress` is set when the kernel took something.
-  int send(int fd, bool& progress) {
-    std::string_view left = std::string_view(bytes_).substr(sent_);
-    const std::size_t before = left.size();
-    const int error = sendSome(fd, left, false);
-    progress = left.size() < before;
-    sent_ = bytes_.size() - left.size();
-    if (left.empty()) clear();
-    return error;
-  }
-
- private:
-  std::string bytes_;
-  std::size_t sent_ = 0;
-};
 
 struct TraceSettings {
   SocketTrace trace;
@@ -115,11 +76,9 @@ class PosixSocketFactory::Shared final : private RoundEndHandler {
   Shared(PosixEventLoop& eventLoop, SocketLimits socketLimits);
   ~Shared();
 
-  // The bytes of the socket that writes at present.
-  void gather(Connection& from, std::string_view bytes);
-  std::string_view gathered(const Connection& of) const {
-    return gatheredFrom_ == &of ? std::string_view(gathered_) : std::string_view();
-  }
+  /// Where the socket that writes at present gathers its bytes.
+  Outgoing& gatheredFor(Connection& writer);
+  bool gathers(const Connection& writer) const { return gatheredFrom_ == &writer; }
   void clearGathered() {
     gathered_.clear();
     gatheredFrom_ = nullptr;
@@ -131,7 +90,7 @@ class PosixSocketFactory::Shared final : private RoundEndHandler {
     if (gatheredFrom_ == &connection) clearGathered();
   }
 
-  void linger(FileDescriptor descriptor, PosixEventLoop::Watch watch, HeldBytes held, bool peerClosed);
+  void linger(FileDescriptor descriptor, PosixEventLoop::Watch watch, Outgoing held, bool peerClosed);
   void endLingering(std::list<Lingering>::iterator place) { lingering_.erase(place); }
   bool lingering() const { return !lingering_.empty(); }
 
@@ -149,7 +108,7 @@ class PosixSocketFactory::Shared final : private RoundEndHandler {
   void sweepSoon();
   void sweep();
 
-  std::string gathered_;
+  Outgoing gathered_;
   Connection* gatheredFrom_ = nullptr;
   std::vector<Connection*> connections_;
   std::list<Lingering> lingering_;
@@ -162,7 +121,7 @@ class PosixSocketFactory::Shared final : private RoundEndHandler {
 /// that destroys what is under way to him.
 class PosixSocketFactory::Lingering final : public DescriptorHandler {
  public:
-  Lingering(Shared& shared, FileDescriptor descriptor, PosixEventLoop::Watch watch, HeldBytes held,
+  Lingering(Shared& shared, FileDescriptor descriptor, PosixEventLoop::Watch watch, Outgoing held,
             bool peerClosed)
       : shared_(shared),
         descriptor_(std::move(descriptor)),
@@ -204,9 +163,9 @@ class PosixSocketFactory::Lingering final : public DescriptorHandler {
  private:
   bool sendHeld() {
     if (held_.empty()) return true;
-    bool progress = false;
-    if (held_.send(descriptor_.get(), progress) != 0) return false;
-    if (progress) lastProgress_ = shared_.loop.roundTime();
+    const std::size_t before = held_.size();
+    if (held_.send(descriptor_.get(), kRoundShare, true) != 0) return false;
+    if (held_.size() < before) lastProgress_ = shared_.loop.roundTime();
     if (held_.empty()) ::shutdown(descriptor_.get(), SHUT_WR);
     return true;
   }
@@ -227,7 +186,7 @@ class PosixSocketFactory::Lingering final : public DescriptorHandler {
   Shared& shared_;
   FileDescriptor descriptor_;
   PosixEventLoop::Watch watch_;
-  HeldBytes held_;
+  Outgoing held_;
   bool peerClosed_;
   int queued_ = -1;
   SteadyTime started_;
@@ -269,7 +228,9 @@ class PosixSocketFactory::Connection final : public Socket, private DescriptorHa
   int disconnect() override;
   long read(std::string& into, std::size_t limit) override;
   long write(std::string_view bytes) override;
-  bool readyToWrite() const override { return connected() && held_.empty(); }
+  long writeFile(std::string_view head, const std::shared_ptr<InputFile>& file, std::int64_t offset,
+                 std::size_t count) override;
+  bool readyToWrite() const override { return connected() && held_.empty() && !hadItsShare_; }
 
   int lastError() const override { return lastError_; }
   std::string peerAddress() const override { return peerAddress_; }
@@ -283,6 +244,9 @@ class PosixSocketFactory::Connection final : public Socket, private DescriptorHa
     }
     trace_->trace = std::move(trace);
   }
+
+  /// Takes over a connection that this program has made. False when the kernel refuses.
+  bool adopt(FileDescriptor descriptor, std::string peerAddress);
 
   /// The connect event of a connection that was taken in the accept event which has just ended.
   void tellConnected() { tell(&SocketEvents::connect); }
@@ -305,11 +269,16 @@ class PosixSocketFactory::Connection final : public Socket, private DescriptorHa
   enum class State { kIdle, kListening, kConnected };
 
   void onDescriptor(std::uint32_t events) override;
+  bool beginConnection(FileDescriptor& descriptor, std::string peerAddress);
   void acceptPending();
   void tellAccepted(FileDescriptor descriptor, const in_addr& peer);
   void pauseListening();
   void onPeerClosed();
   void sendHeld();
+  /// 0 when something can be written now, else the errno that says why not.
+  int writeError() const;
+  /// To be called when `count` bytes were gathered: sends them when they are many. As flush().
+  int gathered(std::size_t count);
   bool bytesToRead() const;
   std::uint32_t wantedEvents() const;
 
@@ -349,8 +318,12 @@ class PosixSocketFactory::Connection final : public Socket, private DescriptorHa
 
   // Connected.
   std::string peerAddress_;
-  HeldBytes held_;
+  Outgoing held_;
+  std::uint64_t writeRound_ = 0;
+  std::size_t writtenInRound_ = 0;
+  bool hadItsShare_ = false;  // of this round: the next write is to wait for the next one
   SteadyTime lastActivity_;
+  bool calledPeer_ = false;  // the connection was made from here
   bool gotBytes_ = false;
   bool peerClosed_ = false;  // he sends no more, and everything he sent is read
   int broken_ = 0;           // the errno since which nothing written reaches him any more
@@ -364,13 +337,13 @@ PosixSocketFactory::Shared::Shared(PosixEventLoop& eventLoop, SocketLimits socke
 
 PosixSocketFactory::Shared::~Shared() { loop.cancelRoundEnd(*this); }
 
-void PosixSocketFactory::Shared::gather(Connection& from, std::string_view bytes) {
-  if (gatheredFrom_ != &from) {
-    if (gatheredFrom_) gatheredFrom_->flush(true);
-    gatheredFrom_ = &from;
+Outgoing& PosixSocketFactory::Shared::gatheredFor(Connection& writer) {
+  if (gatheredFrom_ != &writer) {
+    if (gatheredFrom_) gatheredFrom_->flush(false);
+    gatheredFrom_ = &writer;
     loop.callAtRoundEnd(*this);
   }
-  gathered_.append(bytes);
+  return gathered_;
 }
 
 void PosixSocketFactory::Shared::onRoundEnd() {
@@ -383,8 +356,8 @@ void PosixSocketFactory::Shared::add(Connection& connection) {
   sweepSoon();
 }
 
-void PosixSocketFactory::Shared::linger(FileDescriptor descriptor, PosixEventLoop::Watch watch,
-                                        HeldBytes held, bool peerClosed) {
+void PosixSocketFactory::Shared::linger(FileDescriptor descriptor, PosixEventLoop::Watch watch, Outgoing held,
+                                        bool peerClosed) {
   lingering_.emplace_back(*this, std::move(descriptor), std::move(watch), std::move(held), peerClosed);
   lingering_.back().place = std::prev(lingering_.end());
   if (lingering_.size() > limits.lingering) lingering_.pop_front();
@@ -507,24 +480,35 @@ void PosixSocketFactory::Connection::pauseListening() {
   listenAgain_ = shared_.loop.callAfter(kListenerPause, [this] { watch_.setEvents(EPOLLIN); });
 }
 
+bool PosixSocketFactory::Connection::beginConnection(FileDescriptor& descriptor, std::string peerAddress) {
+  PosixEventLoop::Watch watch = shared_.loop.watch(descriptor.get(), EPOLLIN | EPOLLRDHUP, *this);
+  if (!watch) return fail(ENOBUFS);
+  watch_ = std::move(watch);
+  descriptor_ = std::move(descriptor);
+  peerAddress_ = std::move(peerAddress);
+  state_ = State::kConnected;
+  lastError_ = socket_error::kNone;
+  lastActivity_ = shared_.loop.roundTime();
+  calledPeer_ = gotBytes_ = peerClosed_ = ended_ = hadItsShare_ = false;
+  broken_ = 0;
+  return true;
+}
+
+bool PosixSocketFactory::Connection::adopt(FileDescriptor descriptor, std::string peerAddress) {
+  if (!beginConnection(descriptor, std::move(peerAddress))) return false;
+  calledPeer_ = true;
+  return true;
+}
+
 bool PosixSocketFactory::Connection::accept(PendingHandle handle) {
   Shared::Pending& pending = shared_.pending;
   if (state_ != State::kIdle) return fail(EISCONN);
   if (!pending.descriptor || pending.descriptor.get() != handle) return fail(ENOTSOCK);
-  PosixEventLoop::Watch watch = shared_.loop.watch(handle, EPOLLIN | EPOLLRDHUP, *this);
-  if (!watch) return fail(ENOBUFS);
-  watch_ = std::move(watch);
-  descriptor_ = std::move(pending.descriptor);
+  if (!beginConnection(pending.descriptor, dotted(pending.peer))) return false;
   if (noDelay_ != pending.noDelay) setNoDelay(noDelay_);
   if (reuseAddress_ != pending.reuseAddress) setReuseAddress(reuseAddress_);
   trace_ = pending.trace;
   traceInherited_ = true;
-  peerAddress_ = dotted(pending.peer);
-  state_ = State::kConnected;
-  lastError_ = socket_error::kNone;
-  lastActivity_ = shared_.loop.roundTime();
-  gotBytes_ = peerClosed_ = ended_ = false;
-  broken_ = 0;
   shared_.add(*this);
   shared_.justAccepted = this;
   if (tracing(trace_->trace)) traced("accept " + peerAddress_, 0, socket_error::kNone);
@@ -544,7 +528,9 @@ int PosixSocketFactory::Connection::disconnect() {
     if (broken_ == 0) flush(!peerClosed_);
     shared_.remove(*this);
   }
-  const bool lingers = state_ == State::kConnected && broken_ == 0 && (!peerClosed_ || !held_.empty());
+  // What a file could still give is on its way, even when the rest will never come.
+  const bool reachable = broken_ == 0 || broken_ == Outgoing::kFileUnreadable;
+  const bool lingers = state_ == State::kConnected && reachable && (!peerClosed_ || !held_.empty());
   state_ = State::kIdle;
   if (lingers) {
     shared_.linger(std::move(descriptor_), std::move(watch_), std::move(held_), peerClosed_);
@@ -575,48 +561,90 @@ long PosixSocketFactory::Connection::read(std::string& into, std::size_t limit) 
   return count;
 }
 
-long PosixSocketFactory::Connection::write(std::string_view bytes) {
-  long result = -1;
-  int error = 0;
-  if (state_ != State::kConnected) {
-    error = ENOTCONN;
-  } else if (broken_ != 0) {
-    error = broken_;
-  } else if (!held_.empty()) {
-    error = EAGAIN;
-  } else if (bytes.empty()) {
-    result = 0;
-  } else {
-    shared_.gather(*this, bytes);
-    if (shared_.gathered(*this).size() >= kGathered) error = flush(true);
-    if (error == 0) result = static_cast<long>(bytes.size());
-    lastActivity_ = shared_.loop.roundTime();
+int PosixSocketFactory::Connection::writeError() const {
+  if (state_ != State::kConnected) return ENOTCONN;
+  if (broken_ != 0) return broken_;
+  return readyToWrite() ? 0 : EAGAIN;
+}
+
+int PosixSocketFactory::Connection::gathered(std::size_t count) {
+  lastActivity_ = shared_.loop.roundTime();
+  if (std::exchange(writeRound_, shared_.loop.roundNumber()) != shared_.loop.roundNumber()) {
+    writtenInRound_ = 0;
   }
-  lastError_ = socketErrorOf(error);
+  writtenInRound_ += count;
+  hadItsShare_ = writtenInRound_ >= kRoundShare;
+  return hadItsShare_ || shared_.gatheredFor(*this).bytesInMemory() >= kGathered ? flush(false) : 0;
+}
+
+long PosixSocketFactory::Connection::write(std::string_view bytes) {
+  int error = writeError();
+  if (error == 0 && !bytes.empty()) {
+    shared_.gatheredFor(*this).add(bytes);
+    error = gathered(bytes.size());
+  }
+  const long result = error == 0 ? static_cast<long>(bytes.size()) : -1;
+  lastError_ = errorNumber(error);
   if (tracing(trace_->trace)) traced("write " + std::to_string(bytes.size()), result, lastError_, bytes);
   return result;
 }
 
+long PosixSocketFactory::Connection::writeFile(std::string_view head, const std::shared_ptr<InputFile>& file,
+                                               std::int64_t offset, std::size_t count) {
+  const auto* const onDisk = dynamic_cast<const PosixInputFile*>(file.get());
+  std::string copy;
+  if (!onDisk || (tracing(trace_->trace) && trace_->trace.level == 4)) {
+    copy.assign(head);
+    copy.resize(head.size() + count);
+    if (file->readAt(offset, std::span(copy).subspan(head.size())) != static_cast<long>(count)) {
+      lastError_ = socket_error::kFileUnreadable;
+      return -1;
+    }
+  }
+  if (!onDisk) return write(copy);
+
+  int error = writeError();
+  const bool inside =
+      offset >= 0 && offset <= file->length() && count <= static_cast<std::uint64_t>(file->length() - offset);
+  if (error == 0 && !inside) {
+    lastError_ = socket_error::kFileUnreadable;
+    return -1;
+  }
+  const std::size_t size = head.size() + count;
+  if (error == 0 && size > 0) {
+    Outgoing& outgoing = shared_.gatheredFor(*this);
+    outgoing.add(head);
+    outgoing.add(file, onDisk->descriptor(), offset, count);
+    error = gathered(size);
+  }
+  const long result = error == 0 ? static_cast<long>(size) : -1;
+  lastError_ = errorNumber(error);
+  if (tracing(trace_->trace)) traced("write " + std::to_string(size), result, lastError_, copy);
+  return result;
+}
+
 int PosixSocketFactory::Connection::flush(bool more) {
-  std::string_view left = shared_.gathered(*this);
-  if (left.empty()) return 0;
-  const int error = sendSome(descriptor_.get(), left, more);
-  broken_ = error;
-  if (error == 0 && !left.empty()) held_.hold(left);
-  watch_.setEvents(wantedEvents());
-  shared_.clearGathered();
-  return error;
+  if (shared_.gathers(*this)) {
+    Outgoing& outgoing = shared_.gatheredFor(*this);
+    broken_ = outgoing.send(descriptor_.get(), kRoundShare, more);
+    if (broken_ == 0 && !outgoing.empty()) held_ = std::move(outgoing);
+    shared_.clearGathered();
+    watch_.setEvents(wantedEvents());
+  }
+  return broken_;
 }
 
 void PosixSocketFactory::Connection::sendHeld() {
-  bool progress = false;
-  const int error = held_.send(descriptor_.get(), progress);
+  const std::size_t before = held_.size();
+  const int error = held_.send(descriptor_.get(), kRoundShare, false);
   if (error != 0) {
+    held_.clear();
     tellEnded(error);
     return;
   }
-  if (progress) lastActivity_ = shared_.loop.roundTime();
+  if (held_.size() < before) lastActivity_ = shared_.loop.roundTime();
   if (!held_.empty()) return;
+  hadItsShare_ = false;
   watch_.setEvents(wantedEvents());
   tell(&SocketEvents::writeReady);
 }
@@ -628,7 +656,7 @@ bool PosixSocketFactory::Connection::bytesToRead() const {
 
 std::uint32_t PosixSocketFactory::Connection::wantedEvents() const {
   // A broken connection can be written to at once, which brings the event that tells of it.
-  const bool writing = !held_.empty() || broken_ != 0;
+  const bool writing = !held_.empty() || hadItsShare_ || broken_ != 0;
   return (peerClosed_ ? 0U : std::uint32_t{EPOLLIN | EPOLLRDHUP}) | (writing ? std::uint32_t{EPOLLOUT} : 0U);
 }
 
@@ -647,7 +675,7 @@ void PosixSocketFactory::Connection::onDescriptor(std::uint32_t events) {
     return;
   }
   const bool dead = (events & (EPOLLERR | EPOLLHUP)) != 0;
-  if (!dead && (events & EPOLLOUT) != 0 && !held_.empty()) {
+  if (!dead && (events & EPOLLOUT) != 0 && (!held_.empty() || hadItsShare_)) {
     sendHeld();  // what else there is comes again in the next round
     return;
   }
@@ -667,7 +695,7 @@ void PosixSocketFactory::Connection::onDescriptor(std::uint32_t events) {
 
 void PosixSocketFactory::Connection::onPeerClosed() {
   peerClosed_ = true;
-  if (!gotBytes_) {
+  if (!gotBytes_ || calledPeer_) {
     tellEnded(0);
     return;
   }
@@ -679,7 +707,7 @@ void PosixSocketFactory::Connection::tellEnded(int error) {
   if (error != 0) {
     // Nothing more gets through, or is taken: a disconnect closes at once.
     broken_ = error;
-    lastError_ = socketErrorOf(error);
+    lastError_ = errorNumber(error);
   }
   tell(&SocketEvents::disconnect);
 }
@@ -692,6 +720,13 @@ PosixSocketFactory::PosixSocketFactory(PosixEventLoop& loop, SocketLimits limits
 PosixSocketFactory::~PosixSocketFactory() = default;
 
 std::unique_ptr<Socket> PosixSocketFactory::makeSocket() { return std::make_unique<Connection>(*shared_); }
+
+std::unique_ptr<Socket> PosixSocketFactory::adoptConnected(FileDescriptor descriptor,
+                                                           std::string peerAddress) {
+  auto socket = std::make_unique<Connection>(*shared_);
+  if (!socket->adopt(std::move(descriptor), std::move(peerAddress))) return nullptr;
+  return socket;
+}
 
 bool PosixSocketFactory::lingering() const { return shared_->lingering(); }
 

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstddef>
 #include <memory>
+#include <string>
 
 #include "platform/posix/event_loop.h"
 #include "platform/socket.h"
@@ -51,6 +52,11 @@ class PosixSocketFactory final : public SocketFactory {
   ~PosixSocketFactory() override;
 
   std::unique_ptr<Socket> makeSocket() override;
+
+  /// A socket for a connection that this program has made itself, connected from the start. Differs from an
+  /// accepted one: when the peer closes his side, the disconnect event comes right behind his last bytes, and
+  /// it is never given up for being idle. Null when the kernel refuses; the connection is then closed.
+  std::unique_ptr<Socket> adoptConnected(FileDescriptor descriptor, std::string peerAddress);
 
   /// True while closed connections are still on their way out.
   bool lingering() const;

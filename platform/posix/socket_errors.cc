@@ -1,5 +1,7 @@
 #include "platform/posix/socket_errors.h"
 
+#include <netdb.h>
+
 #include <cerrno>
 
 namespace kova::platform::posix {
@@ -27,6 +29,31 @@ int windowsSocketsCode(int errnoValue) {
   return 10107;
 }
 
+bool isShortage(int errnoValue) {
+  return errnoValue == EMFILE || errnoValue == ENFILE || errnoValue == ENOBUFS || errnoValue == ENOMEM;
+}
+
 int socketErrorOf(int errnoValue) { return errnoValue == 0 ? 0 : 14000 + windowsSocketsCode(errnoValue); }
+
+int windowsResolverCode(int resolverError) {
+  switch (resolverError) {
+    case 0:
+      return 0;
+    case EAI_NONAME:
+      return 11001;
+    case EAI_AGAIN:
+      return 11002;
+    case EAI_NODATA:
+      return 11004;
+    case EAI_SYSTEM:
+      return windowsSocketsCode(errno);
+    default:
+      return 11003;
+  }
+}
+
+int resolverErrorOf(int resolverError) {
+  return resolverError == 0 ? 0 : 14000 + windowsResolverCode(resolverError);
+}
 
 }  // namespace kova::platform::posix

@@ -28,6 +28,18 @@ TEST(DateFormat, ParsesEveryForm) {
   for (const Case& c : cases) EXPECT_EQ(parseDate(c.text), c.value) << c.text;
 }
 
+TEST(DateFormat, KnowsWhatAPersonTypesForATime) {
+  for (const char* good : {"07:30", "7:5", " 7:30 ", "23:59:59", "7:30 PM", "7:30pm", "12:00 am", "7 PM",
+                           "00:00", "3/14/2005 7:30", "2005-03-14 07:30 PM", "3/14/2005"}) {
+    EXPECT_TRUE(isDateOrTime(good)) << good;
+  }
+  for (const char* bad :
+       {"", " ", "7", "24:00", "7:60", "7:", ":30", "7:30 XM", "13 PM", "0730", "7.30", "7:30:60", "seven",
+        "7:30 tomorrow", "blank", "2/30/2005 7:30", "-7:30", "007:30"}) {
+    EXPECT_FALSE(isDateOrTime(bad)) << bad;
+  }
+}
+
 TEST(DateFormat, RefusesWhatIsNoDate) {
   for (const char* bad : {"",
                           " ",
@@ -97,6 +109,12 @@ TEST(DateFormat, Texts) {
   EXPECT_EQ(generalDate({2005, 3, 4, 0, 0, 1}), "3/4/2005 12:00:01 AM");
   EXPECT_EQ(generalDate({2005, 3, 4, 12, 0, 0}), "3/4/2005 12:00:00 PM");
   EXPECT_EQ(generalDate({2005, 3, 4, 23, 59, 0}), "3/4/2005 11:59:00 PM");
+}
+
+TEST(DateFormat, Rfc1123) {
+  EXPECT_EQ(Rfc1123Date({1994, 11, 6, 8, 49, 37}), "Sun, 06 Nov 1994 08:49:37 GMT");
+  EXPECT_EQ(Rfc1123Date({2000, 2, 29, 0, 0, 0}), "Tue, 29 Feb 2000 00:00:00 GMT");
+  EXPECT_EQ(Rfc1123Date({2026, 12, 31, 23, 59, 59}), "Thu, 31 Dec 2026 23:59:59 GMT");
 }
 
 }  // namespace

@@ -10,9 +10,11 @@ namespace kova::fakes {
 class FakeClock final : public platform::Clock {
  public:
   platform::DateTime now{2005, 3, 14, 9, 30, 0};
+  platform::DateTime utc{2005, 3, 14, 8, 30, 0};
   std::chrono::milliseconds elapsed{0};
 
   platform::DateTime localNow() const override { return now; }
+  platform::DateTime utcNow() const override { return utc; }
   std::chrono::milliseconds monotonic() const override { return elapsed; }
 };
 

@@ -84,23 +84,27 @@ class FakeFiles final : public platform::Files {
 
   class Input final : public platform::InputFile {
    public:
-    Input(FakeFiles& files, Contents contents) : files_(files), contents_(std::move(contents)) {
+    Input(FakeFiles& files, Contents contents)
+        : files_(files),
+          contents_(std::move(contents)),
+          length_(static_cast<std::int64_t>(contents_->size())) {
       ++files_.openFiles;
     }
     ~Input() override { --files_.openFiles; }
 
-    std::int64_t length() const override { return static_cast<std::int64_t>(contents_->size()); }
+    std::int64_t length() const override { return length_; }
     long readAt(std::int64_t offset, std::span<char> into) override {
       const auto wanted = static_cast<std::int64_t>(into.size());
       const std::int64_t fail = files_.failReadAt;
       if (offset < 0 || (fail >= offset && fail < offset + wanted)) return -1;
-      if (offset >= length()) return 0;
+      if (offset >= static_cast<std::int64_t>(contents_->size())) return 0;
       return static_cast<long>(contents_->copy(into.data(), into.size(), static_cast<std::size_t>(offset)));
     }
 
    private:
     FakeFiles& files_;
     Contents contents_;
+    std::int64_t length_;
   };
 
   class Output final : public platform::OutputFile {

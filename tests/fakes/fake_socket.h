@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -92,6 +93,16 @@ class FakeSocket : public platform::Socket {
     }
     written.emplace_back(bytes.substr(0, static_cast<std::size_t>(result)));
     return result;
+  }
+  long writeFile(std::string_view head, const std::shared_ptr<platform::InputFile>& file, std::int64_t offset,
+                 std::size_t count) override {
+    std::string bytes(head);
+    bytes.resize(head.size() + count);
+    if (file->readAt(offset, std::span(bytes).subspan(head.size())) != static_cast<long>(count)) {
+      error_ = platform::socket_error::kFileUnreadable;
+      return -1;
+    }
+    return write(bytes);
   }
   bool readyToWrite() const override { return ready; }
   int lastError() const override { return error_; }

@@ -172,6 +172,19 @@ TEST_F(ServerTest, LogBoxKeepsItsNewestCharacters) {
   }
 }
 
+TEST_F(ServerTest, ButtonsShowTheirWindows) {
+  std::string shown;
+  window->Command2.click();  // nobody is there to show one
+  window->showPaging = [&] { shown += "paging "; };
+  window->showLaunch = [&] { shown += "launch "; };
+  window->showPop3 = [&] { shown += "pop3 "; };
+  window->showAbout = [&] { shown += "about "; };
+  for (platform::Button* button : {&window->pager, &window->Command2, &window->Command5, &window->Command3}) {
+    button->click();
+  }
+  EXPECT_EQ(shown, "paging launch pop3 about ");
+}
+
 TEST_F(ServerTest, TraceWindowSetsTheListenersTrace) {
   start();
   window->log.LogLine("no trace file yet");
@@ -179,14 +192,19 @@ TEST_F(ServerTest, TraceWindowSetsTheListenersTrace) {
 
   window->mnuTrace.click();
   EXPECT_TRUE(window->traceWindow.visible() && window->traceWindow.modal());
-  window->traceWindow.txtTraceFile.setText("/tmp/trace.log");
-  window->traceWindow.chooseLevel(4);
-  window->traceWindow.chkEnableTracing.setValue(1);
+  const auto fill = [this] {
+    window->traceWindow.txtTraceFile.setText("/tmp/trace.log");
+    window->traceWindow.chooseLevel(4);
+    window->traceWindow.chkEnableTracing.setValue(1);
+  };
+  fill();
   window->traceWindow.cmdCancel.click();
   EXPECT_FALSE(window->traceWindow.visible());
   EXPECT_TRUE(listener().trace().file.empty());
 
   window->mnuTrace.click();
+  EXPECT_EQ(window->traceWindow.txtTraceFile.text(), "") << "shows what is in force, not what was cancelled";
+  fill();
   window->traceWindow.cmdOK.click();
   EXPECT_FALSE(window->traceWindow.visible());
   EXPECT_EQ(listener().trace().file, "/tmp/trace.log");

@@ -202,8 +202,8 @@ TEST_F(RequestTest, TheAcceptLineOfTheLastClientStaysInItsSlot) {
 
 TEST_F(RequestTest, LogLinesCannotBeForged) {
   connect(100);
-  receive(1, "GET /x\r\n04-01-01 00:00:00 Client\x01 9 HTTP/1.1\r\n\r\n");
-  EXPECT_TRUE(logged("Client 1 requested /x..04-01-01"));
+  receive(1, "GET /x\r\n04-01-01\x9B 00:00:00 Client\x01 9 HTTP/1.1\r\n\r\n");
+  EXPECT_TRUE(logged("Client 1 requested /x..04-01-01."));
 }
 
 TEST_F(RequestTest, GetRoutes) {
@@ -309,9 +309,10 @@ TEST_F(RequestTest, ASlowPageDoesNotReachTheNextPhoneOnItsSlot) {
   get("/pop3?caltp=1");
   slot(1).events.disconnect();
   waits = false;
+  loop.advance(std::chrono::seconds(30));
   connect(101);
   deck = "";
-  loop.advance(std::chrono::seconds(60));
+  loop.advance(std::chrono::seconds(30));
   EXPECT_EQ(built.back(), "given up");
   EXPECT_TRUE(slot(1).connected());
   EXPECT_TRUE(slot(1).written.empty());
@@ -352,6 +353,56 @@ TEST_F(RequestTest, NothingOutsideThePageDirectory) {
               std::string("File Availability Error: ") + path + "  #: 53 on client 10.0.0.7 at BYTE 0");
     lines.clear();
   }
+}
+
+TEST_F(RequestTest, AnotherPhonesDeckIsNoPage) {
+  files.put("/home/kova/pages//acal2.tmp", "secret");
+  files.put("/home/kova/pages/pop33.tmp", "secret");
+  files.put("/home/kova/pages//acal.tmp", "the owner's");
+  get("//acal2.tmp");
+  connect(101);
+  receive(1, std::string("POST /pop33.tmp HTTP/1.1\r\n") + kAccept + "\r\n\r\n");
+  EXPECT_TRUE(slot(1).written.empty());
+  EXPECT_TRUE(files.exists("/home/kova/pages/pop33.tmp"));
+  get("//acal.tmp");
+  EXPECT_TRUE(slot(1).allWritten().ends_with("the owner's"));
+}
+
+TEST_F(RequestTest, ADeckThatACrashLeftBehindAnswersNobody) {
+  files.put("/home/kova/pages/acal1.tmp", "The meeting has been added");
+  deck.clear();
+  get("/acal?caltp=x");
+  EXPECT_EQ(slot(1).allWritten(), "Error 404: The Page is not available.");
+}
+
+TEST_F(RequestTest, WhoAsksForNothingIsNotWaitedForLongerThanAMinute) {
+  connect(100);
+  connect(101);
+  slot(2).incoming.push_back("GET / HTTP/1.1\r\n");
+  slot(2).events.read();
+  loop.advance(std::chrono::seconds(59));
+  EXPECT_TRUE(slot(1).connected() && slot(2).connected());
+  loop.advance(std::chrono::seconds(1));
+  EXPECT_FALSE(slot(1).connected() || slot(2).connected());
+  EXPECT_EQ(window->title(), "Tarvel Wap Server [0 Clients]");
+
+  waits = true;
+  get("/pop3?caltp=1");
+  loop.advance(std::chrono::seconds(59));
+  EXPECT_TRUE(slot(1).connected());
+  loop.advance(std::chrono::seconds(1));
+  EXPECT_TRUE(slot(1).allWritten().ends_with("built</wml>"));
+}
+
+TEST_F(RequestTest, WhatComesBehindACompleteRequestIsThrownAway) {
+  connect(100);
+  for (const char* piece :
+       {"GET / HTTP/1.1\r\nAccept: text/vnd.wap.wml\r\n\r\n", "GET /x HTTP/1.1\r\n\r\n", "abc"}) {
+    slot(1).incoming.push_back(piece);
+    slot(1).events.read();
+  }
+  loop.settle();
+  EXPECT_TRUE(slot(1).allWritten().ends_with("start</wml>"));
 }
 
 TEST_F(RequestTest, TheOwnersDataIsNoPageEvenInThePageDirectory) {

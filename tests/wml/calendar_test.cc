@@ -55,7 +55,7 @@ TEST_F(Calendar, AsksTheFolderOnceAndFiltersByMidnights) {
                 "createObject Outlook.Application", "getNamespace MAPI", "getDefaultFolder 9", "items",
                 "sort [Start]", "setIncludeRecurrences true",
                 "restrict [Start] < \"2005/12/31 12:00 AM\" AND [End] > \"2005/12/31 12:00 AM\"",
-                "restrict [Start] >= \"2005/12/31 12:00 AM\" AND [Start] < \" 2006/01/01\""}));
+                "restrict [Start] >= \"2005/12/31 12:00 AM\" AND [Start] < \" 2006/01/01 12:00 AM\""}));
 }
 
 TEST_F(Calendar, BodyLine) {

@@ -1,0 +1,48 @@
+#include "pop3/accounts_window.h"
+
+namespace kova::pop3 {
+
+frmpop3::frmpop3(const settings::Settings& settings, platform::Dialogs& dialogs)
+    : Window("frmpop3", "Remote mailboxes"), settings_(settings), dialogs_(dialogs) {
+  forEachField([this](platform::TextBox& field, const std::string& key, Blanks blanks) {
+    field.onChange = [this, &field, key, blanks] {
+      // What the file says is not written back: it may be longer than what is read of it.
+      if (!filling_) store(field, key, blanks);
+    };
+    field.onLeave = [this, &field, key, blanks] { store(field, key, blanks); };
+  });
+  Command1.onClick = [this] { close(); };
+}
+
+void frmpop3::open() {
+  if (!visible()) {
+    filling_ = true;
+    forEachField([this](platform::TextBox& field, const std::string& key, Blanks) {
+      field.setText(settings_.ReadSetting(settings::kMain, key));
+    });
+    filling_ = false;
+  }
+  show();
+}
+
+void frmpop3::forEachField(const Visit& visit) {
+  for (std::size_t row = 0; row < kRows; ++row) {
+    const int number = static_cast<int>(row);
+    visit(btitle[row], settings::keyOfRow(settings::kPop3Title, number), Blanks::kAllowed);
+    visit(bcommand[row], settings::keyOfRow(settings::kPop3Server, number), Blanks::kAllowed);
+    visit(buser[row], settings::keyOfRow(settings::kPop3User, number), Blanks::kRefused);
+    visit(bpass[row], settings::keyOfRow(settings::kPop3Pass, number), Blanks::kRefused);
+    visit(bpin[row], settings::keyOfRow(settings::kPop3Pin, number), Blanks::kRefused);
+  }
+}
+
+void frmpop3::store(platform::TextBox& field, const std::string& key, Blanks blanks) {
+  if (blanks == Blanks::kRefused && field.text().find(' ') != std::string::npos) {
+    dialogs_.message("White space are not accepted", platform::MessageIcon::kExclamation, title());
+    field.focus();
+  }
+  // kept: it is stored all the same.
+  settings_.WriteSetting(settings::kMain, key, field.text());
+}
+
+}  // namespace kova::pop3

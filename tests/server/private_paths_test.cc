@@ -1,0 +1,69 @@
+// Which files no phone gets, on a real file system: however the page directory is written, it is the same
+// folder.
+
+#include "server/private_paths.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+namespace kova::server {
+namespace {
+
+namespace fs = std::filesystem;
+
+class PrivatePathsTest : public ::testing::Test {
+ protected:
+  PrivatePathsTest() : root_(fs::path(::testing::TempDir()) / ("private_paths_" + std::to_string(getpid()))) {
+    fs::create_directories(root_ / "home" / "outlook" / "notes");
+    fs::create_directories(root_ / "home" / "pages");
+    fs::create_directory_symlink(root_ / "home", root_ / "link");
+    std::ofstream(root_ / "real.ini") << "[Main]";
+    fs::create_symlink(root_ / "real.ini", root_ / "home" / "tarvel_wap.ini");
+    before_ = fs::current_path();
+    fs::current_path(root_ / "home");
+  }
+  ~PrivatePathsTest() override {
+    fs::current_path(before_);
+    fs::remove_all(root_);
+  }
+
+  fs::path root_;
+  fs::path before_;
+};
+
+TEST_F(PrivatePathsTest, HoweverThePageDirectoryIsWritten) {
+  const std::string home = (root_ / "home").string();
+  PrivatePaths paths({home + "/tarvel_wap.ini", home + "/outlook/notes/"});
+  struct Case {
+    std::string directory;
+    const char* path;
+    bool held;
+  };
+  const Case cases[] = {
+      {home + "/", "/tarvel_wap.ini", true},
+      {home, "tarvel_wap.ini", true},
+      {".", "/tarvel_wap.ini", true},
+      {"./", "//tarvel_wap.ini", true},
+      {"..", "/home/tarvel_wap.ini", true},
+      {home + "/../home//", "/./tarvel_wap.ini", true},
+      {(root_ / "link").string(), "/tarvel_wap.ini", true},
+      {home, "/tarvel_wap.ini.new", true},
+      {root_.string(), "/real.ini", true},
+      {root_.string(), "/real.ini.new", true},
+      {home, "/outlook/notes/x.ics", true},
+      {home, "/outlook/notes", true},
+      {home + "/outlook/notes", "/x.ics", true},
+      {home, "/outlook/notes.txt", false},
+      {home, "/index.wml", false},
+      {home + "/pages/", "/tarvel_wap.ini", false},
+      {root_.string() + "/elsewhere", "/tarvel_wap.ini", false},
+  };
+  for (const Case& c : cases)
+    EXPECT_EQ(paths.hold(c.directory, c.path), c.held) << c.directory << " " << c.path;
+}
+
+}  // namespace
+}  // namespace kova::server

@@ -83,10 +83,9 @@ server::RouteTable makeRoutes(wml::Pages& pages, launch::Center& launchCenter, p
                     query<&Pages::Get_ocon_mainB>(pages)};
   routes["oeml"] = {page<&Pages::Get_oeml_main>(pages), query<&Pages::Query_oeml>(pages), {}};
   routes["comd"] = {selection(launchCenter), launching(launchCenter), {}};
-  routes["pop3"] = {
-      [&accounts](PageRequest request) { return runAccounts(&accounts, std::move(request)); },
-      [&accounts](PageRequest request) { return runMailbox(&accounts, std::move(request)); },
-      {}};
+  routes["pop3"] = {[&accounts](PageRequest request) { return runAccounts(&accounts, std::move(request)); },
+                    [&accounts](PageRequest request) { return runMailbox(&accounts, std::move(request)); },
+                    {}};
   return routes;
 }
 

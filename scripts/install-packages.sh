@@ -10,7 +10,7 @@ set -euo pipefail
 packages_for() {
   case $1 in
     build) echo g++ cmake ninja-build pkg-config ccache libical-dev libgmime-3.0-dev tzdata ;;
-    test) echo libgtest-dev libgmock-dev python3 wapua xvfb xauth xfonts-base fonts-dejavu-core imagemagick python3-aiosmtpd ;;
+    test) echo libgtest-dev libgmock-dev python3 dovecot-core dovecot-pop3d wapua xvfb xauth xfonts-base fonts-dejavu-core imagemagick python3-aiosmtpd ;;
     bench) echo nginx wrk python3 ;;
     tidy) echo clang-tidy-19 clang-format-19 ;;
     *) return 1 ;;

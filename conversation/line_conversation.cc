@@ -40,7 +40,8 @@ class LineConversation::Watch {
   bool reached() const { return wholeReply_ ? search_.foundEnd() : search_.foundExpected(); }
   void see(std::string_view piece) { search_.see(piece); }
 
-  bool await_ready() const { return false; }
+  /// When the connection has ended nothing can arrive any more.
+  bool await_ready() const { return reached() || !conversation_.connected(); }
   void await_suspend(std::coroutine_handle<> caller) { caller_ = caller; }
   void await_resume() const {}
   void resume() { caller_.resume(); }
@@ -56,7 +57,7 @@ base::Task<bool> LineConversation::connect(std::string host, std::string port) {
   disconnect();
   std::unique_ptr<platform::Connector::Attempt> attempt;
   std::unique_ptr<platform::EventLoop::Timer> limit;
-  base::Answer<Ended> attempted([&](std::function<void(Ended)> answer) {
+  base::Answer<Ended> attempted([&](const std::function<void(Ended)>& answer) {
     attempt =
         connector_.connect(host, port, [this, answer](std::unique_ptr<platform::Socket> socket, int error) {
           if (socket) adopt(std::move(socket));
@@ -150,12 +151,6 @@ void LineConversation::wake() {
   wake_ = loop_.callAfter(kSoon, [this] { watch_->resume(); });
 }
 
-base::Task<> LineConversation::waitUntil(ReplySearch& search, bool wholeReply, const bool& timedOut) {
-  Watch watch(*this, search, wholeReply);
-  if (watch.reached() || timedOut || !connected()) co_return;
-  co_await watch;
-}
-
 base::Task<bool> LineConversation::WaitFor(std::string_view expected, int skipLine) {
   const bool skips = skipLine == 1;
   ReplySearch search(expected, skips ? kLineEnd : std::string_view());
@@ -165,12 +160,16 @@ base::Task<bool> LineConversation::WaitFor(std::string_view expected, int skipLi
     timedOut = true;
     wake();
   });
-  co_await waitUntil(search, false, timedOut);
+  {
+    Watch untilExpected(*this, search, false);
+    co_await untilExpected;
+  }
   limit.reset();
   // kept: what arrives as late as the time-out has not arrived.
   if (timedOut || !search.foundExpected()) co_return false;
   if (!skips) co_return true;
-  co_await waitUntil(search, true, timedOut);
+  Watch untilLineEnd(*this, search, true);
+  co_await untilLineEnd;
   if (search.foundEnd()) ReplyBuffer.erase(0, search.foundAt());
   co_return true;
 }
@@ -184,7 +183,8 @@ base::Task<bool> LineConversation::WaitForReply(std::string_view expected, Reply
     timedOut = true;
     wake();
   });
-  co_await waitUntil(search, true, timedOut);
+  Watch untilEnd(*this, search, true);
+  co_await untilEnd;
   if (!search.foundEnd()) co_return false;
   // kept: lines that begin with a dot keep the second one that the server has put before it.
   constexpr std::size_t kDotLine = kLoneDot.size() - 2;

@@ -48,6 +48,7 @@ class LineConversation {
       : loop_(loop), connector_(connector), dialogs_(dialogs) {}
   LineConversation(const LineConversation&) = delete;
   LineConversation& operator=(const LineConversation&) = delete;
+  ~LineConversation() = default;
 
   /// `co_await turn()`: the caller goes on when the conversation is his, first come, first served. A caller
   /// who is dropped while he waits leaves the line. `wanted` is asked before the turn is given, and whenever
@@ -95,7 +96,6 @@ class LineConversation {
   void dataArrived();
   void writeUnsent();
   void wake();
-  base::Task<> waitUntil(ReplySearch& search, bool wholeReply, const bool& timedOut);
 
   void join(WaitingLine& caller);
   void serveLine();

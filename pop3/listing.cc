@@ -26,23 +26,23 @@ std::string linkTo(const Machine& machine, const std::string& account) {
   return R"(<a href="/pop3?caltp=)" + cardText(account) + "&amp;pin=" + cardText(pin) + "&amp;poppos=";
 }
 
-base::Task<> listMessages(Session& session, const std::string& link, wml::Deck& deck) {
-  const bool loggedIn = co_await session.logIn();
+base::Task<> listMessages(Session* session, std::string link, wml::Deck* deck) {
+  const bool loggedIn = co_await session->logIn();
   if (!loggedIn) co_return;
-  const bool counted = co_await session.ask("STAT", ReplyEnd::kLine);
+  const bool counted = co_await session->ask("STAT", ReplyEnd::kLine);
   if (!counted) co_return;
-  const std::string count(messageCount(session.reply()));
-  deck.line(cardText(count), " e-mail(s):", wml::kLineBreak);
+  const std::string count(messageCount(session->reply()));
+  deck->line(cardText(count), " e-mail(s):", wml::kLineBreak);
 
   const double most = std::min(base::leadingNumber(count), kMostMessages);
   for (int i = 1; i <= most; ++i) {
     const std::string number = std::to_string(i);
-    co_await session.ask("TOP " + number + " 1", ReplyEnd::kMultiLine);
-    if (!session.wanted()) co_return;
+    co_await session->ask("TOP " + number + " 1", ReplyEnd::kMultiLine);
+    if (!session->wanted()) co_return;
     // kept: a message whose header did not come is in the list all the same.
-    deck.line(link, number, R"(">#)", number, "</a> From: ", cardText(senderIn(session.reply())),
-              wml::kLineBreak);
-    deck.line("  Sjt:", cardText(subjectIn(session.reply())), wml::kLineBreak);
+    deck->line(link, number, R"(">#)", number, "</a> From: ", cardText(senderIn(session->reply())),
+               wml::kLineBreak);
+    deck->line("  Sjt:", cardText(subjectIn(session->reply())), wml::kLineBreak);
   }
 }
 
@@ -58,7 +58,7 @@ base::Task<> get_pop3(Machine machine, MailboxPage page) {
 
   Session session(machine, page);
   co_await session.connect();
-  co_await listMessages(session, link, deck);
+  co_await listMessages(&session, link, &deck);
   co_await session.quit();
   if (page.wanted()) mailboxFooter(deck);
 }

@@ -14,24 +14,24 @@ namespace {
 
 using ReplyEnd = conversation::LineConversation::ReplyEnd;
 
-base::Task<> showMessage(Session& session, const std::string& poppos, wml::Deck& deck) {
-  const bool loggedIn = co_await session.logIn();
-  if (!session.wanted()) co_return;
+base::Task<> showMessage(Session* session, std::string poppos, wml::Deck* deck) {
+  const bool loggedIn = co_await session->logIn();
+  if (!session->wanted()) co_return;
   if (!loggedIn) {
-    deck.line(R"(<a href="/">Main</a> )");
+    deck->line(R"(<a href="/">Main</a> )");
     co_return;
   }
-  const bool counted = co_await session.ask("STAT", ReplyEnd::kLine);
-  if (!session.wanted()) co_return;
+  const bool counted = co_await session->ask("STAT", ReplyEnd::kLine);
+  if (!session->wanted()) co_return;
   if (!counted) {
-    deck.line("E-mail not in mailbox anymore.", wml::kLineBreak);
+    deck->line("E-mail not in mailbox anymore.", wml::kLineBreak);
     co_return;
   }
-  const std::string count(messageCount(session.reply()));
+  const std::string count(messageCount(session->reply()));
   if (base::leadingNumber(poppos) > base::leadingNumber(count)) co_return;
 
-  const bool fetched = co_await session.ask("TOP " + poppos + " 150", ReplyEnd::kMultiLine);
-  if (fetched) deck.line(messageText(session.reply()), wml::kLineBreak);
+  const bool fetched = co_await session->ask("TOP " + poppos + " 150", ReplyEnd::kMultiLine);
+  if (fetched) deck->line(messageText(session->reply()), wml::kLineBreak);
 }
 
 }  // namespace
@@ -47,7 +47,7 @@ base::Task<> get_pop3_mail(Machine machine, MailboxPage page, std::string poppos
 
   Session session(machine, page);
   co_await session.connect();
-  co_await showMessage(session, number, deck);
+  co_await showMessage(&session, number, &deck);
   co_await session.quit();
   if (page.wanted()) mailboxFooter(deck);
 }

@@ -195,7 +195,7 @@ class RuleTimes {
                           0;
     if (rule.count > 0 && !filtered) return rule.count <= kMaxSteps;
     const WallTime first = rule.count > 0 ? series_.start : std::max(alignedStart(rule), series_.start);
-    return (last - first) / (unit * rule.interval) <= kMaxSteps;
+    return (last - first) / (unit * std::max<std::int64_t>(rule.interval, 1)) <= kMaxSteps;
   }
 
   const Series& series_;

@@ -44,7 +44,7 @@ DateTime dueDateOf(icalcomponent* vtodo, FileZones& zones, std::string& unknownZ
   if (duration == nullptr || !start || icalcomponent_get_first_property(vtodo, ICAL_DUE_PROPERTY) != nullptr)
     return dateOf(vtodo, ICAL_DUE_PROPERTY, zones, unknownZone);
   const icaldurationtype length = icalproperty_get_duration(duration);
-  constexpr std::int64_t kLongest = 1000 * 366 * kDay;
+  constexpr std::int64_t kLongest = 366'000 * kDay;
   const std::int64_t seconds =
       std::min((std::int64_t{length.weeks} * 7 + length.days) * kDay + std::int64_t{length.hours} * 3600 +
                    std::int64_t{length.minutes} * 60 + length.seconds,

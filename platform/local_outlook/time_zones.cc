@@ -140,8 +140,10 @@ std::optional<ZoneCache::DefinedZone> ZoneCache::fromDefinition(const std::strin
   if (component && icalcomponent_isa(component.get()) == ICAL_VTIMEZONE_COMPONENT &&
       isPlausible(component.get())) {
     std::shared_ptr<icaltimezone> zone(icaltimezone_new(), [](icaltimezone* z) { icaltimezone_free(z, 1); });
-    if (icaltimezone_set_component(zone.get(), component.get())) {
-      (void)component.release();  // the zone owns it now
+    icalcomponent* const given = component.release();
+    if (icaltimezone_set_component(zone.get(), given) == 0) {
+      component.reset(given);  // the zone has not taken it
+    } else {
       if (const char* const tzid = icaltimezone_get_tzid(zone.get()))
         defined = DefinedZone{tzid, TimeZone(std::move(zone))};
     }

@@ -54,7 +54,7 @@ class ZoneCache {
   std::optional<DefinedZone> fromDefinition(const std::string& vtimezone);
   /// A zone of the system by a name such as "Europe/Berlin", with or without something before it; empty
   /// if unknown.
-  std::optional<TimeZone> fromSystem(const std::string& name);
+  std::optional<TimeZone> fromSystem(const std::string& tzid);
 
  private:
   TimeZone utc_ = TimeZone::utc();

@@ -43,6 +43,7 @@ std::string fromCharset(std::string bytes, const std::string& charset) {
   const std::string known = base::asciiLower(charset);
   if (!known.empty() && known != "utf-8" && known != "utf8") {
     const iconv_t converter = ::iconv_open("UTF-8", known.c_str());
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): this is how iconv says no
     if (converter != reinterpret_cast<iconv_t>(-1)) {
       std::string result(bytes.size() * 4 + 16, '\0');
       char* in = bytes.data();
@@ -271,6 +272,7 @@ bool isLine(const ContentLine& line, std::string_view name) {
 std::shared_ptr<const Contact> Contact::make(const TextFields& fields) {
   const std::string_view texts = fields.packed();
   void* const memory = ::operator new(sizeof(Contact) + texts.size());
+  // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): owned by the result
   auto* const contact = new (memory) Contact(texts.size());
   std::memcpy(static_cast<char*>(memory) + sizeof(Contact), texts.data(), texts.size());
   return {contact, &Contact::destroy};
@@ -278,6 +280,7 @@ std::shared_ptr<const Contact> Contact::make(const TextFields& fields) {
 
 void Contact::destroy(const Contact* contact) {
   contact->~Contact();
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): make() has allocated it
   ::operator delete(const_cast<Contact*>(contact));
 }
 

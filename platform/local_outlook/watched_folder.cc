@@ -191,6 +191,7 @@ void WatchedFolder::stopWatching() { events_.reset(); }
 
 /// False when the watch has ended or events were lost.
 bool WatchedFolder::drainEvents(std::unordered_set<std::string>& names) {
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): filled by the read
   alignas(inotify_event) std::array<char, 65536> buffer;
   for (;;) {
     const ssize_t got = ::read(events_.get(), buffer.data(), buffer.size());
@@ -198,7 +199,7 @@ bool WatchedFolder::drainEvents(std::unordered_set<std::string>& names) {
     if (got < 0) return errno == EAGAIN;
     std::size_t at = 0;
     while (at + sizeof(inotify_event) <= static_cast<std::size_t>(got)) {
-      inotify_event event;
+      inotify_event event{};
       std::memcpy(&event, buffer.data() + at, sizeof event);
       if (event.mask & (IN_Q_OVERFLOW | IN_IGNORED | IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT))
         return false;

@@ -65,7 +65,7 @@ class PosixEventLoop::Call final : public EventLoop::Timer {
   /// The call may destroy this object.
   void run() {
     unlink();
-    const std::function<void()> callback = std::move(callback_);
+    const std::function<void()> callback = std::exchange(callback_, nullptr);
     callback();
   }
 
@@ -181,14 +181,14 @@ PosixEventLoop::Watch PosixEventLoop::watch(int fd, std::uint32_t events, Descri
 }
 
 PosixEventLoop::Watched* PosixEventLoop::watched(std::uint64_t id) {
-  const std::uint32_t index = indexOf(id);
-  if (index >= watches_.size()) return nullptr;
-  Watched& watched = watches_[index];
-  return watched.handler && watched.generation == generationOf(id) ? &watched : nullptr;
+  return watching(id) ? &watches_[indexOf(id)] : nullptr;
 }
 
 bool PosixEventLoop::watching(std::uint64_t watchId) const {
-  return const_cast<PosixEventLoop*>(this)->watched(watchId) != nullptr;
+  const std::uint32_t index = indexOf(watchId);
+  if (index >= watches_.size()) return false;
+  const Watched& watched = watches_[index];
+  return watched.handler && watched.generation == generationOf(watchId);
 }
 
 void PosixEventLoop::endWatch(std::uint64_t id, bool tellKernel) {

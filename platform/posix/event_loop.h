@@ -50,6 +50,8 @@ class PosixEventLoop final : public EventLoop {
   class Watch {
    public:
     Watch() = default;
+    Watch(const Watch&) = delete;
+    Watch& operator=(const Watch&) = delete;
     Watch(Watch&& other) noexcept;
     Watch& operator=(Watch&& other) noexcept;
     ~Watch() { reset(); }

@@ -18,7 +18,7 @@ namespace kova::platform::posix {
 
 namespace {
 
-constexpr std::size_t kGathered = 32 * 1024;
+constexpr std::size_t kGathered = std::size_t{32} * 1024;
 constexpr mode_t kOwnerOnly = S_IRUSR | S_IWUSR;
 
 int fileErrorOf(int error) {
@@ -57,6 +57,8 @@ bool canBeName(const std::string& path) { return !path.empty() && path.find('\0'
 class PosixOutputFile final : public OutputFile {
  public:
   explicit PosixOutputFile(FileDescriptor file) : file_(std::move(file)) {}
+  PosixOutputFile(const PosixOutputFile&) = delete;
+  PosixOutputFile& operator=(const PosixOutputFile&) = delete;
   ~PosixOutputFile() override { close(); }
 
   bool write(std::string_view bytes) override {

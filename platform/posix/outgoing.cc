@@ -18,7 +18,7 @@ namespace {
 
 /// Up to here, reading a file and sending the bytes together with what stands before them is cheaper than to
 /// have the kernel fetch them.
-constexpr std::size_t kCopied = 16 * 1024;
+constexpr std::size_t kCopied = std::size_t{16} * 1024;
 
 }  // namespace
 
@@ -30,17 +30,19 @@ void Outgoing::add(std::string_view bytes) {
   inMemory_ += bytes.size();
 }
 
+bool Outgoing::extend(const InputFile& file, std::int64_t offset, std::size_t count) {
+  if (segments_.empty() || segments_.back().count == 0) return false;
+  Segment& last = segments_.back();
+  if (last.file.get() != &file || last.offset + static_cast<std::int64_t>(last.count) != offset) return false;
+  last.count += count;
+  size_ += count;
+  return true;
+}
+
 void Outgoing::add(const std::shared_ptr<InputFile>& file, int descriptor, std::int64_t offset,
                    std::size_t count) {
   if (count == 0) return;
   size_ += count;
-  if (!segments_.empty() && segments_.back().count > 0) {
-    Segment& last = segments_.back();
-    if (last.file == file && last.offset + static_cast<std::int64_t>(last.count) == offset) {
-      last.count += count;
-      return;
-    }
-  }
   if (segments_.empty() || segments_.back().count > 0) segments_.emplace_back();
   Segment& segment = segments_.back();
   segment.file = file;
@@ -73,13 +75,14 @@ void Outgoing::takeOff(std::size_t count) {
 
 long Outgoing::sendCopied(int socket, int flags, bool& unreadable) {
   const Segment& first = segments_.front();
-  std::array<char, kCopied> piece;
+  std::array<char, kCopied> piece;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled by the read
   const std::span<char> wanted = std::span(piece).first(std::min(first.count, kCopied));
   const long got = first.file->readAt(first.offset, wanted);
   if (got <= 0) {
     unreadable = firstBytes().empty();
     return unreadable ? -1 : ::send(socket, firstBytes().data(), firstBytes().size(), flags & ~MSG_MORE);
   }
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): the kernel only reads them
   std::array<iovec, 2> parts{{{const_cast<char*>(firstBytes().data()), firstBytes().size()},
                               {piece.data(), static_cast<std::size_t>(got)}}};
   msghdr message{};

@@ -26,7 +26,9 @@ class Outgoing {
   std::size_t bytesInMemory() const { return inMemory_; }
 
   void add(std::string_view bytes);
-  /// `descriptor` is that of `file`. A range that follows the last one in the same file becomes one with it.
+  /// Makes the range at the end longer when this one follows it in the same file; otherwise false.
+  bool extend(const InputFile& file, std::int64_t offset, std::size_t count);
+  /// `descriptor` is that of `file`.
   void add(const std::shared_ptr<InputFile>& file, int descriptor, std::int64_t offset, std::size_t count);
   void clear();
 

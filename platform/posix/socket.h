@@ -65,9 +65,9 @@ class PosixSocketFactory final : public SocketFactory {
   bool finish(std::chrono::milliseconds limit);
 
  private:
-  class Shared;
+  class Shared;  // NOLINT(cppcoreguidelines-virtual-class-destructor): final, like the next
   class Connection;
-  class Lingering;
+  class Lingering;  // NOLINT(cppcoreguidelines-virtual-class-destructor)
   std::unique_ptr<Shared> shared_;
 };
 

@@ -208,7 +208,7 @@ class RemoteMailboxes(kova.TestCase):
     def deck(self, path):
         answer = self.server.get(path)
         self.assertDeck(answer)
-        self.assertEqual(self.server.temporary_decks(), [])
+        kova.wait_until(lambda: not self.server.temporary_decks(), "the end of the deck")
         return answer.text
 
     def message(self, number):
@@ -284,6 +284,7 @@ class RemoteMailboxes(kova.TestCase):
                 self.assertLess(time.monotonic() - begin, 20)
                 phone.hang_up()
                 kova.wait_until(lambda: not self.server.temporary_decks(), "the end of the deck")
+                self.assertEqual(self.server.stop(), 0, "the program ends in the middle of a visit")
 
     def test_wrong_password(self):
         self.refused_thread.join(REFUSED_SECONDS)

@@ -10,14 +10,14 @@ namespace kova::fakes {
 
 class FakeHostLookup : public platform::HostLookup {
  public:
-  std::optional<Library> library = Library{2, 2, 1024};
+  std::optional<Library> started = Library{2, 2, 1024};
   bool cleanUpWorks = true;
   int error = 11001;
   std::optional<std::string> host = "office-pc";
   std::vector<std::string> addresses = {"192.168.1.20"};
   std::optional<std::string> defaultRoute;
 
-  std::optional<Library> startUp() override { return library; }
+  std::optional<Library> startUp() override { return started; }
   bool cleanUp() override { return cleanUpWorks; }
   int lastError() const override { return error; }
   std::optional<std::string> hostName() override { return host; }

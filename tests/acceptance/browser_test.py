@@ -11,6 +11,7 @@ import subprocess
 import tempfile
 import unittest
 
+import dovecot
 import kova
 
 PICTURES = pathlib.Path(os.environ.get("KOVA_PICTURES") or pathlib.Path(os.environ["KOVA_OUTPUT"]) / "pictures")
@@ -110,6 +111,22 @@ class Browser(kova.TestCase):
         self.assertNotEqual(calendar, contact)
         self.show("/oeml?caltp=01", "e-mail")
         self.show("/#picture", "picture")
+
+    @unittest.skipIf(dovecot.skip_reason(), dovecot.skip_reason())
+    def test_mailbox(self):
+        server = dovecot.Dovecot()
+        self.addCleanup(server.stop)
+        server.add_mailbox("owner", [
+            b"From: Mia Keller <mia@example.test>\nSubject: Lunch on Friday?\n\nAt noon, in the new place.\n",
+            b"From: Print room <print@example.test>\nSubject: Your posters\n\nThey are ready.\n",
+            b"From: Zoe <zoe@example.test>\nSubject: Tomorrow\n\nShall we meet at nine?\n"])
+        ini = self.server.home / "tarvel_wap.ini"
+        account = {"Title": "Office", "Server": dovecot.MAIL_ADDRESS, "User": "owner", "Pass": dovecot.PASSWORD, "PIN": 4711}
+        rows = "".join(f"POP3_{key}_0={value}\r\n" for key, value in account.items())
+        ini.write_bytes(ini.read_bytes().replace(b"[Main]\r\n", b"[Main]\r\n" + rows.encode(), 1))
+        listing = self.show("/pop3?caltp=0&pin=4711", "mailbox")
+        mail = self.show("/pop3?caltp=0&pin=4711&poppos=1", "mail")
+        self.assertNotEqual(listing, mail)
 
 
 if __name__ == "__main__":

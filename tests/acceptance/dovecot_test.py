@@ -3,62 +3,20 @@
 Mailboxes are always asked for on port 110, so the test must be root; it also needs Debian's dovecot-pop3d.
 """
 
-import os
-import pathlib
-import pwd
 import re
-import shutil
 import socket
-import subprocess
-import tempfile
 import threading
 import time
 import unittest
 
+import dovecot
 import kova
+from dovecot import MAIL_ADDRESS, PASSWORD
 
-# Own addresses, so that a mail server of this machine and a second run of the test are not in the way.
-NUMBER = os.getpid() % 250 + 1
-MAIL_ADDRESS = f"127.0.110.{NUMBER}"
-SILENT_ADDRESS = f"127.0.111.{NUMBER}"
-PASSWORD = "right password"
+# An address of the test's own, as those of the mail server.
+SILENT_ADDRESS = f"127.0.111.{dovecot.NUMBER}"
 # A refused log-in is noticed by two time-outs of a minute each.
 REFUSED_SECONDS = 200
-
-CONFIG = """
-base_dir = {folder}/run
-state_dir = {folder}/state
-log_path = {folder}/dovecot.log
-listen = {address}
-protocols = pop3
-ssl = no
-disable_plaintext_auth = no
-auth_failure_delay = 0
-mail_location = maildir:{folder}/mail/%u
-mail_uid = {uid}
-mail_gid = {gid}
-first_valid_uid = 1
-service pop3-login {{
-  chroot =
-  inet_listener pop3s {{
-    port = 0
-  }}
-}}
-service anvil {{
-  chroot =
-}}
-service stats {{
-  chroot =
-}}
-passdb {{
-  driver = passwd-file
-  args = scheme=PLAIN {folder}/users
-}}
-userdb {{
-  driver = static
-  args = uid={uid} gid={gid} home={folder}/mail/%u
-}}
-"""
 
 PLAIN = b"""Return-Path: <bob@example.test>
 From: Bob <bob@example.test>
@@ -102,69 +60,11 @@ LONG = b"From: Long <long@example.test>\nSubject: long\n\n" + b"0123456789" * 5 
 KINDS = [PLAIN, QUOTED, RELATED, EIGHT_BIT, UTF_8, NO_SUBJECT, LONG]
 
 
-def skip_reason():
-    if os.geteuid() != 0:
-        return "not root, so nothing can be started on port 110"
-    if not shutil.which("dovecot") or not os.path.exists("/usr/lib/dovecot/pop3"):
-        return "dovecot-pop3d is not installed"
-    return None
-
-
-class Dovecot:
-    def __init__(self):
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="kova-dovecot-"))
-        self.folder.chmod(0o755)
-        self.owner = pwd.getpwnam("mail")
-        (self.folder / "state").mkdir()
-        (self.folder / "mail").mkdir()
-        os.chown(self.folder / "mail", self.owner.pw_uid, self.owner.pw_gid)
-        (self.folder / "users").write_text("")
-        (self.folder / "users").chmod(0o644)
-        config = self.folder / "dovecot.conf"
-        config.write_text(CONFIG.format(folder=self.folder, address=MAIL_ADDRESS, uid=self.owner.pw_uid,
-                                        gid=self.owner.pw_gid))
-        with open(self.folder / "errors", "wb") as errors:
-            self.process = subprocess.Popen(["dovecot", "-F", "-c", str(config)], stdin=subprocess.DEVNULL,
-                                            stdout=subprocess.DEVNULL, stderr=errors)
-        kova.wait_until(self.answers, "Dovecot")
-
-    def answers(self):
-        if self.process.poll() is not None:
-            log = self.folder / "dovecot.log"
-            raise AssertionError((self.folder / "errors").read_text() + (log.read_text() if log.exists() else ""))
-        try:
-            with socket.create_connection((MAIL_ADDRESS, 110), 5) as client:
-                return client.recv(100).startswith(b"+OK")
-        except OSError:
-            return False
-
-    def add_mailbox(self, user, mails):
-        with open(self.folder / "users", "a") as users:
-            users.write(f"{user}:{{PLAIN}}{PASSWORD}\n")
-        box = self.folder / "mail" / user
-        for part in ("cur", "new", "tmp"):
-            (box / part).mkdir(parents=True)
-        for i, mail in enumerate(mails):
-            (box / "cur" / f"{1000000000 + i}.{i}.test:2,").write_bytes(mail)
-        subprocess.run(["chown", "-R", f"{self.owner.pw_uid}:{self.owner.pw_gid}", str(box)], check=True)
-
-    def state_of(self, user):
-        box = self.folder / "mail" / user
-        return sorted((f.name, f.read_bytes()) for part in ("cur", "new") for f in (box / part).iterdir())
-
-    def stop(self):
-        self.process.terminate()
-        try:
-            self.process.wait(kova.PATIENCE)
-        finally:
-            shutil.rmtree(self.folder, ignore_errors=True)
-
-
-@unittest.skipIf(skip_reason(), skip_reason())
+@unittest.skipIf(dovecot.skip_reason(), dovecot.skip_reason())
 class RemoteMailboxes(kova.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.dovecot = Dovecot()
+        cls.dovecot = dovecot.Dovecot()
         cls.addClassCleanup(cls.dovecot.stop)
         cls.dovecot.add_mailbox("kinds", KINDS)
         cls.dovecot.add_mailbox("many", [b"From: <%d@example.test>\nSubject: mail %d\n\n.\n" % (i, i)

@@ -30,7 +30,9 @@ Command readCommand(const settings::Settings& settings, int row) {
 }
 
 /// A title as it is shown; one that was cleared reads as NUL characters, which have no place in a deck.
-std::string_view shownTitle(const Command& command) { return base::trim(command.title); }
+std::string shownTitle(const Command& command) {
+  return wml::withoutForbidden(base::toUtf8(base::trim(command.title)));
+}
 
 }  // namespace
 
@@ -84,7 +86,7 @@ void Center::get_comd(std::string_view row, const std::string& path, std::string
   if (!settings::acceptsPin(command.pin, pin)) return answer("Invalid PIN", "Invalid PIN code.");
   if (!command.isSet()) return answer("Invalid command", "Invalid command.");
 
-  const std::string title(shownTitle(command));
+  const std::string title = shownTitle(command);
   std::string why = "no command";
   // Behind a command that was cleared, the phone's parameter would name the program.
   bool started = !base::trim(command.command).empty();

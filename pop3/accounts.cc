@@ -38,6 +38,12 @@ Account readAccount(const settings::Settings& settings, int row) {
           read(settings::kPop3Pass), read(settings::kPop3Pin)};
 }
 
+/// kept: the owner's title is markup; it is not escaped. One that was cleared reads as NUL characters, which
+/// have no place in a deck.
+std::string shownTitle(const Account& account) {
+  return wml::withoutForbidden(base::toUtf8(base::trim(account.title)));
+}
+
 void writeInvalidPin(platform::Files& files, const std::string& path) {
   wml::Deck deck(files);
   if (!wml::header_standard(deck, path, "Invalid PIN")) return;
@@ -55,9 +61,7 @@ void Accounts::Get_pop3_main(int /*slot*/, const std::string& F) {
   for (int row = 0; row < settings::kRows; ++row) {
     const Account account = readAccount(machine_.settings, row);
     if (!account.isSet()) continue;
-    // kept: the owner's title is markup; it is not escaped. One that was cleared reads as NUL characters,
-    // which have no place in a deck.
-    deck.line(R"(<option value=")", std::to_string(row), R"(">)", base::trim(account.title), "</option>");
+    deck.line(R"(<option value=")", std::to_string(row), R"(">)", shownTitle(account), "</option>");
   }
   deck.line("</select>");
   deck.line("PIN code:<br/>");
@@ -88,6 +92,7 @@ base::Task<int> Accounts::Query_pop3(int /*slot*/, std::string F, std::string pa
   page.server = account.server;
   page.user = account.user;
   page.password = account.password;
+  page.pin = account.pin;
   page.path = wml::deckPath(host_, machine_.files, F);
   page.account = number;
   page.wanted = std::move(wanted);

@@ -70,16 +70,23 @@ std::string_view withoutHalfMarkup(std::string_view text) {
   return text.substr(0, text.size() - dollars % 2);
 }
 
+/// A text in quoted-printable without the code that a cut went through.
+std::string_view withoutHalfCode(std::string_view text) {
+  const std::size_t code = text.rfind('=');
+  return code != std::string_view::npos && text.size() - code < 3 ? text.substr(0, code) : text;
+}
+
 /// Of bytes that end where a text was cut: half a character there does not make the text before it any less
 /// UTF-8.
 std::string cutToUtf8(std::string_view bytes) {
-  constexpr std::size_t kLongestCharacter = 4;
-  for (std::size_t half = 1; half <= std::min(kLongestCharacter, bytes.size()); ++half) {
-    const std::string_view whole = bytes.substr(0, bytes.size() - half);
-    const bool leads = static_cast<unsigned char>(bytes[whole.size()]) >= 0xC0;
-    if (leads && !base::validUtf8(bytes) && base::validUtf8(whole)) return std::string(whole);
-  }
-  return base::toUtf8(bytes);
+  const auto isContinuation = [](char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; };
+  const auto last = std::find_if_not(bytes.rbegin(), bytes.rend(), isContinuation);
+  if (last == bytes.rend()) return base::toUtf8(bytes);
+  const auto lead = static_cast<unsigned char>(*last);
+  const auto begun = static_cast<std::size_t>(last - bytes.rbegin()) + 1;
+  const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 1;
+  const std::string_view whole = bytes.substr(0, bytes.size() - begun);
+  return begun < length && base::validUtf8(whole) ? std::string(whole) : base::toUtf8(bytes);
 }
 
 }  // namespace
@@ -130,6 +137,7 @@ std::string decodedBody(std::string_view mail) {
     quotedPrintable = contains(mail, kQuotedPrintable);
     body = base::firstCharacters(whole, kMessageCharacters);
     cut = body.size() < whole.size();
+    if (cut && quotedPrintable) body = withoutHalfCode(body);
   }
   const std::string decoded = quotedPrintable ? withCodesReplaced(body) : std::string(body);
   return cut ? cutToUtf8(decoded) : base::toUtf8(decoded);

@@ -19,11 +19,9 @@ using ReplyEnd = conversation::LineConversation::ReplyEnd;
 constexpr double kMostMessages = 50;
 
 /// The front of every link to a message. It holds the PIN that opens the mailbox, not the one that was typed.
-std::string linkTo(const Machine& machine, const std::string& account) {
-  std::string pin =
-      machine.settings.ReadSetting(settings::kMain, std::string(settings::kPop3Pin).append(account));
-  if (pin == settings::kBlank) pin.clear();
-  return R"(<a href="/pop3?caltp=)" + cardText(account) + "&amp;pin=" + cardText(pin) + "&amp;poppos=";
+std::string linkTo(const MailboxPage& page) {
+  const std::string pin = page.pin == settings::kBlank ? std::string() : cardText(page.pin);
+  return R"(<a href="/pop3?caltp=)" + cardText(page.account) + "&amp;pin=" + pin + "&amp;poppos=";
 }
 
 base::Task<> listMessages(Session* session, std::string link, wml::Deck* deck) {
@@ -51,7 +49,7 @@ base::Task<> listMessages(Session* session, std::string link, wml::Deck* deck) {
 base::Task<> get_pop3(Machine machine, MailboxPage page) {
   const auto turn = co_await machine.conversation.turn(page.wanted);
   if (!turn) co_return;
-  const std::string link = linkTo(machine, page.account);
+  const std::string link = linkTo(page);
   wml::Deck deck(machine.files);
   if (!wml::header_standard(deck, page.path, kMailboxTitle)) co_return;
   deck.line("<p><i>Remote mailboxes</i><br/>");

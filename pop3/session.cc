@@ -21,6 +21,7 @@ std::string command(std::string_view word, std::string_view argument) {
 }  // namespace
 
 base::Task<> Session::greeting() {
+  machine_.conversation.ReplyBuffer.clear();
   co_await machine_.conversation.connect(std::string(base::trim(page_.server)), kPort);
   if (!wanted()) co_return;
   co_await machine_.conversation.WaitForReply(kOk, LineConversation::ReplyEnd::kLine);
@@ -40,6 +41,7 @@ base::Task<> Session::connect() {
 base::Task<bool> Session::ask(std::string command, LineConversation::ReplyEnd end) {
   LineConversation& conversation = machine_.conversation;
   conversation.ReplyBuffer.clear();
+  // A connection that could not be written to is gone: no QUIT, and no second box that says so.
   if (failed_ || !wanted()) co_return false;
   failed_ = !conversation.SendData(command.append(base::kCrLf));
   if (failed_) co_return false;

@@ -26,6 +26,7 @@ struct MailboxPage {
   std::string server;
   std::string user;
   std::string password;
+  std::string pin;
   std::string path;     ///< of the deck
   std::string account;  ///< the number of its row
   /// False once nobody wants the page any more: what is under way then ends at its next step and writes

@@ -234,13 +234,21 @@ class PosixConnector::PosixAttempt final : public Attempt, private DescriptorHan
     descriptor_ = FileDescriptor(
         ::socket(endpoint->storage.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, IPPROTO_TCP));
     if (!descriptor_) return errno;
-    const int on = 1;
-    ::setsockopt(descriptor_.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    setOption(IPPROTO_TCP, TCP_NODELAY, 1);
+    // A peer that vanishes without a word is noticed after two minutes, also by one who waits without limit.
+    setOption(SOL_SOCKET, SO_KEEPALIVE, 1);
+    setOption(IPPROTO_TCP, TCP_KEEPIDLE, 60);
+    setOption(IPPROTO_TCP, TCP_KEEPINTVL, 15);
+    setOption(IPPROTO_TCP, TCP_KEEPCNT, 4);
     // An interrupted connect goes on by itself, like one that takes its time.
     if (::connect(descriptor_.get(), endpoint->address(), endpoint->size) == 0) return 0;
     if (errno != EINPROGRESS && errno != EINTR) return errno;
     watch_ = loop_.watch(descriptor_.get(), EPOLLOUT, *this);
     return watch_ ? EINPROGRESS : ENOBUFS;
+  }
+
+  void setOption(int level, int option, int value) {
+    ::setsockopt(descriptor_.get(), level, option, &value, sizeof value);
   }
 
   void failed(int error) {

@@ -260,9 +260,9 @@ class PosixSocketFactory::Connection final : public Socket, private DescriptorHa
   bool overdue(SteadyTime now) const {
     if (ended_) return false;
     // While bytes are held, his answer is on its way, however slowly.
-    const bool waitsForOwner = peerClosed_ && held_.empty();
-    const auto limit = waitsForOwner ? shared_.limits.halfClosed : shared_.limits.idle;
-    return now - lastActivity_ >= limit;
+    const bool waitsForOwner = gotBytes_ && held_.empty();
+    if (waitsForOwner && !peerClosed_) return false;
+    return now - lastActivity_ >= (waitsForOwner ? shared_.limits.halfClosed : shared_.limits.idle);
   }
   /// The disconnect event, once.
   void tellEnded(int error);

@@ -149,7 +149,7 @@ class RemoteMailboxes(kova.TestCase):
         long = self.message(7)
         self.assertEqual(long[-4:], " ...")
         self.assertEqual(len(long.replace("\r\n", "")), 1954)
-        self.assertNotIn("E-mail not", self.deck("/pop3?caltp=0&pin=4711&poppos=8"))
+        self.assertIn('<i>E-mail #8:</i><br/>\r\n <a href="/">Main</a> \r\n', self.deck("/pop3?caltp=0&pin=4711&poppos=8"))
         self.assertEqual(self.dovecot.state_of("kinds"), before)
 
     def test_many_and_none(self):

@@ -39,6 +39,7 @@ class FakeConnector final : public platform::Connector {
   std::chrono::milliseconds delay{0};       ///< before each piece
   std::size_t pieceBytes = kUnlimited;      ///< length of a piece
   std::size_t closesAfter = kUnlimited;     ///< bytes that it says before it closes
+  bool closesOnce = false;                  ///< only the first connection, whatever it says on the next
   std::optional<std::size_t> failingWrite;  ///< the write with this number, counted from 0, fails
   std::deque<long> writes;                  ///< see FakeSocket::writes
   int readError = 0;                        ///< in place of the first piece
@@ -150,7 +151,10 @@ class FakeConnector final : public platform::Connector {
       // The events may end this socket, but none destroys it: who waits goes on later.
       while (!incoming.empty() && events.read && !ended_) events.read();
       if (ended_) return;
-      if (peer_.bytesSaid >= peer_.closesAfter) return events.disconnect();
+      if (peer_.bytesSaid >= peer_.closesAfter) {
+        if (peer_.closesOnce) peer_.closesAfter = kUnlimited;
+        return events.disconnect();
+      }
       if (!toSay_.empty() || peer_.chatter) sayLater();
     }
 

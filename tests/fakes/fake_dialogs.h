@@ -13,13 +13,17 @@ namespace kova::fakes {
 class FakeDialogs : public platform::Dialogs {
  public:
   std::vector<std::string> messages;
+  platform::MessageIcon lastIcon = platform::MessageIcon::kNone;  ///< of the last message
+  std::string lastTitle;                                          ///< of the last message
   std::string question;
   std::vector<FileFilter> filters;
   std::function<void(bool)> answerYesNo;
   std::function<void(std::string)> answerChoice;
 
-  void message(const std::string& text, platform::MessageIcon, const std::string&) override {
+  void message(const std::string& text, platform::MessageIcon shown, const std::string& caption) override {
     messages.push_back(text);
+    lastIcon = shown;
+    lastTitle = caption;
   }
   void askYesNo(const std::string& text, platform::MessageIcon, const std::string&,
                 std::function<void(bool)> answer) override {

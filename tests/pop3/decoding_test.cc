@@ -147,6 +147,16 @@ TEST(Decoding, BodyIsCutBeforeItIsDecoded) {
     EXPECT_TRUE(body.starts_with(std::string(static_cast<std::size_t>(shift), 'x') + "🙂🙂")) << shift;
     EXPECT_TRUE(base::validUtf8(body));
   }
+  // Nor is one that is there left out, nor half of a code shown.
+  for (int shift = 0; shift < 4; ++shift) {
+    const std::string begin(1950 - 6 - static_cast<std::size_t>(shift), 'x');
+    const std::string tail = std::string("abc").substr(0, static_cast<std::size_t>(shift));
+    EXPECT_EQ(decodedBody(quoted + begin + "\xE9" + "bc=" + "41" + tail + "more"), begin + "ébcA" + tail);
+    EXPECT_EQ(decodedBody(quoted + std::string(1950, 'x').replace(1947, 3, "=E9") + "z"),
+              std::string(1947, 'x'))
+        << "it may be the first byte of a character";
+    EXPECT_EQ(decodedBody(quoted + std::string(1949, 'x') + "=41"), std::string(1949, 'x'));
+  }
   std::string text = "s\r\n\r\n";
   for (int i = 0; i < 3000; ++i) text += "é";
   EXPECT_EQ(decodedBody(text).size(), 2 * 1950U);

@@ -150,8 +150,12 @@ TEST_F(ListingTest, FailedWriteEndsTheVisit) {
   for (std::size_t step = 0; step < std::size(decks); ++step) {
     peer.failingWrite = writes + step;
     dialogs.messages.clear();
+    peer.heard.clear();
     EXPECT_EQ(query("caltp=0&pin=1234"), mailboxCard(decks[step])) << step;
     EXPECT_EQ(dialogs.messages, Strings{"An error occurred during the write.  Error 24054"}) << step;
+    EXPECT_EQ(dialogs.lastTitle, "Telnet");
+    EXPECT_EQ(dialogs.lastIcon, platform::MessageIcon::kExclamation);
+    EXPECT_EQ(peer.heard.size(), step) << "nothing more is sent";
     writes += step + 1;
   }
 }
@@ -173,6 +177,23 @@ TEST_F(ListingTest, ServerClosesAtAnyByte) {
   }
   peer.closesAfter = fakes::FakeConnector::kUnlimited;
   EXPECT_NE(query("caltp=0&pin=1234").find(row(2, "1234", "c", "t")), std::string::npos);
+}
+
+TEST_F(ListingTest, GreetingOfAConnectionThatEndedIsNotThatOfTheSecond) {
+  mails = {mail("<b>", "s")};
+  peer.closesOnce = true;
+  peer.closesAfter = peer.greeting.size();
+  EXPECT_EQ(query("caltp=0&pin=1234"),
+            mailboxCard(std::string(kHead) + "1 e-mail(s):<br/>\n" + row(1, "1234", "b", "s")));
+}
+
+TEST_F(ListingTest, NoNumberButThatOfARowLeadsToItsPin) {
+  mails = {mail("<b>", "s")};
+  using namespace std::string_literals;
+  for (const std::string& number : {" 0"s, "0 "s, "0\t"s, "0\r"s, "0\n"s, "0\0"s, "00"s, "8"s, "x"s}) {
+    const std::string text = query("caltp=" + number + "&pin=");
+    EXPECT_EQ(text.find("1234"), std::string::npos) << number;
+  }
 }
 
 TEST_F(ListingTest, PiecesMakeNoDifference) {

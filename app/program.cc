@@ -57,6 +57,7 @@ Program::Program(std::string folder)
       accountsWindow_(settings_, dialogs_),
       paging_({loop_, clock_, dialogs_, outlook_, screenSaver_, settings_, conversation_}) {
   platform::posix::ignoreBrokenPipes();
+  platform::posix::leaveNoZombies();
   platform::posix::raiseDescriptorLimit();
   window_.log.onLine = [this](std::string_view line) { printLine(line); };
   dialogs_.log = [this](const std::string& text) { window_.log.LogLine(text); };

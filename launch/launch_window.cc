@@ -48,7 +48,9 @@ void frmlaunch::checkCommand(const std::string& typed, const std::string& key) {
   // kept: a program's path that holds a blank is not found; it is stored all the same.
   const std::string program(text.substr(0, text.find(' ')));
   if (text.empty() || text == settings::kBlank || processes_.exists(program)) {
-    settings_.WriteSetting(settings::kMain, key, typed);
+    // What the file says already is not written back: it may be longer than what is read of it.
+    if (settings_.ReadSetting(settings::kMain, key) != typed)
+      settings_.WriteSetting(settings::kMain, key, typed);
     return;
   }
   dialogs_.message("File does not exist: " + std::string(text), platform::MessageIcon::kExclamation, title());

@@ -100,7 +100,11 @@ void Form2::openAndStart() {
 }
 
 void Form2::openAndCheck() {
-  if (!started() && !checking_) load();
+  if (checking_) {
+    machine_.dialogs.message("A check is under way.", platform::MessageIcon::kInformation, title());
+    return;
+  }
+  if (!started()) load();
   show();
   cmdchecknow_Click();
 }
@@ -179,14 +183,14 @@ void Form2::Timer1_Timer() {
 base::Task<> Form2::tick() {
   checking_ = true;
   showStatus("Checking calendar...");
-  bool fine = true;
+  // A folder that fails costs its own mail only.
   if (dailyMailsDue(machine_.clock.localNow(), Combo1.text(), Check4.value() == 1)) {
-    if (Check2.value() == 1) fine = co_await dailyMails_.MailTaskList();
-    if (fine && Check3.value() == 1) fine = co_await dailyMails_.MailTodaySchedule();
+    if (Check2.value() == 1) co_await dailyMails_.MailTaskList();
+    if (Check3.value() == 1) co_await dailyMails_.MailTodaySchedule();
   }
-  if (fine) fine = co_await reminders_.CheckReminders();
-  // A failure of Outlook leaves the status at what was under way.
-  if (fine) showStatus(started() ? "Waiting for next interval (60sec)" : std::string(kStopped));
+  const bool checked = co_await reminders_.CheckReminders();
+  // A failure of Outlook leaves the status at what was under way; the owner's stop stays in sight.
+  if (checked) showStatus(started() ? "Waiting for next interval (60sec)" : std::string(kStopped));
   checking_ = false;
 }
 

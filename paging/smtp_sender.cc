@@ -26,14 +26,16 @@ std::string inOneLine(std::string_view text) {
 
 }  // namespace
 
-// The body goes out as it is, with its own line ends, and no dot in front of a line is doubled. The one
-// exception: a line that is nothing but a dot would end the mail, and what follows it, text out of somebody's
-// calendar, would be read as commands. Servers differ in what they take for a line's end, so any of CR and LF
-// counts as one.
-std::string withoutLoneDots(std::string_view body) {
+// The body goes out as it is, with its own line ends, and no dot in front of a line is doubled, except where
+// text out of somebody's calendar would be read as commands: behind a line that is nothing but a dot, which
+// ends the mail (servers differ in what they take for a line's end, so any of CR and LF counts as one), and
+// where the server has not said that it takes a mail. It gets the body all the same, but as one line, so that
+// no line of it can begin with a command.
+std::string asMailText(std::string_view body, bool serverTakesMail) {
   std::string result;
   result.reserve(body.size());
   for (std::size_t i = 0; i < body.size(); ++i) {
+    if (body[i] == '\n' && !serverTakesMail) continue;
     result += body[i];
     const bool begins = i == 0 || endsLine(body[i - 1]);
     const bool ends = i + 1 == body.size() || endsLine(body[i + 1]);
@@ -57,7 +59,6 @@ base::Task<> SmtpSender::deliver(Host::MailFields fields, DateLine dateLine, std
   for (std::string* field : {&fields.server, &fields.from, &fields.to, &fields.subject}) {
     *field = inOneLine(*field);
   }
-  body = withoutLoneDots(body);
   // Its end closes the connection.
   const auto turn = co_await conversation_.turn();
   co_await converse(std::move(fields), dateLine, std::move(body));
@@ -74,11 +75,11 @@ base::Task<> SmtpSender::converse(Host::MailFields fields, DateLine dateLine, st
   if (!command("rcpt to: <" + fields.to + ">")) co_return;
   co_await conversation_.WaitFor("250", 1);
   if (!command("data")) co_return;
-  co_await conversation_.WaitFor("354", 1);
+  const bool takesMail = co_await conversation_.WaitFor("354", 1);
   if (dateLine == DateLine::kNow) command("Date:" + base::Rfc1123Date(clock_.utcNow()));
   if (!command("Subject: " + fields.subject)) co_return;
   command("");
-  command(body);
+  command(asMailText(body, takesMail));
   command(".");
   co_await conversation_.WaitFor("250", 1);
   if (command("QUIT")) co_await conversation_.WaitFor("221", 1);

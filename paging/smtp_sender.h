@@ -39,7 +39,7 @@ class SmtpSender {
   Host& host_;
 };
 
-/// The body as it may go out: see kLoneDot in the source.
-std::string withoutLoneDots(std::string_view body);
+/// The body as it may go out, so that no line of it is read as a command.
+std::string asMailText(std::string_view body, bool serverTakesMail);
 
 }  // namespace kova::paging

@@ -6,7 +6,6 @@ frmpop3::frmpop3(const settings::Settings& settings, platform::Dialogs& dialogs)
     : Window("frmpop3", "Remote mailboxes"), settings_(settings), dialogs_(dialogs) {
   forEachField([this](platform::TextBox& field, const std::string& key, Blanks blanks) {
     field.onChange = [this, &field, key, blanks] {
-      // What the file says is not written back: it may be longer than what is read of it.
       if (!filling_) store(field, key, blanks);
     };
     field.onLeave = [this, &field, key, blanks] { store(field, key, blanks); };
@@ -41,8 +40,10 @@ void frmpop3::store(platform::TextBox& field, const std::string& key, Blanks bla
     dialogs_.message("White space are not accepted", platform::MessageIcon::kExclamation, title());
     field.focus();
   }
-  // kept: it is stored all the same.
-  settings_.WriteSetting(settings::kMain, key, field.text());
+  // kept: it is stored all the same. But what the file says already is not written back: it may be longer
+  // than what is read of it.
+  if (settings_.ReadSetting(settings::kMain, key) != field.text())
+    settings_.WriteSetting(settings::kMain, key, field.text());
 }
 
 }  // namespace kova::pop3

@@ -34,6 +34,13 @@ void Signals::onDescriptor(std::uint32_t) {
 
 void ignoreBrokenPipes() { ::signal(SIGPIPE, SIG_IGN); }
 
+void leaveNoZombies() {
+  struct sigaction action{};
+  action.sa_handler = SIG_DFL;
+  action.sa_flags = SA_NOCLDWAIT;
+  ::sigaction(SIGCHLD, &action, nullptr);
+}
+
 long raiseDescriptorLimit() {
   rlimit limit{};
   if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return 0;

@@ -31,6 +31,10 @@ class Signals final : private DescriptorHandler {
 /// A peer that hangs up shows as a failed write, not as the end of the program.
 void ignoreBrokenPipes();
 
+/// Children that have ended leave nothing behind, also those that the system hands to this program because it
+/// is the first process of a container.
+void leaveNoZombies();
+
 /// Raises the number of descriptors that this process may open to what the system allows it; returns that
 /// number.
 long raiseDescriptorLimit();

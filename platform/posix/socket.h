@@ -12,9 +12,9 @@ namespace kova::platform::posix {
 
 /// Bounds in time and number for what a peer can make the sockets hold.
 struct SocketLimits {
-  /// A peer who takes or sends nothing for this long when it is up to him gets the disconnect event, so that a
-  /// phone that vanished does not hold its slot for ever. It is not up to him while he waits for an answer to
-  /// what he sent: that may take as long as it takes.
+  /// A peer who takes or sends nothing for this long when it is up to him gets the disconnect event, so that
+  /// a phone that vanished does not hold its slot for ever. It is not up to him while he waits for an answer
+  /// to what he sent: that may take as long as it takes.
   std::chrono::milliseconds idle = std::chrono::minutes(15);
   /// See PosixSocketFactory: how long a peer that has said it sends no more may wait for his answer to go on.
   std::chrono::milliseconds halfClosed = std::chrono::seconds(5);

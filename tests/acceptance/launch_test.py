@@ -43,7 +43,7 @@ class Launch(kova.TestCase):
         self.assertIn("<p>Invalid command.<br/>", self.ask("/comd?caltp=2&par=no&pin=1"))
         self.assertIn("<p>Command: Write a word has been lauched.<br/>", self.ask("/comd?caltp=1&par=hi%20you&pin=1234"))
         self.assertEqual(self.text_of("word.txt"), "hi you\n")
-        self.assertEqual(self.server.temporary_decks(), [])
+        kova.wait_until(lambda: not self.server.temporary_decks(), "the decks to be removed")
 
     def test_parameter_is_never_a_second_command(self):
         for text in (";touch harm", "$(touch harm)", "`touch harm`", "|touch harm", ">harm", "&touch harm",

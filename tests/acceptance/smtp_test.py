@@ -63,9 +63,9 @@ class Paging(kova.TestCase):
         cls.mail_server = MailServer()
         cls.addClassCleanup(cls.mail_server.stop)
 
-    def start_paging(self, receiver, *options, **pager):
+    def start_paging(self, receiver, *options, main=None, **pager):
         """The program with an appointment that reminds in five minutes."""
-        server = self.start(start=False, options=options, settings={"Pager": {
+        server = self.start(start=False, options=options, settings={"Main": main or {}, "Pager": {
             "From": "kova@home.test", "To": receiver, "Subject": "Reminder", "SMTP_Server": MAIL_HOST,
             "Check_Interval": "10", **pager}})
         self.now = datetime.datetime.now().replace(microsecond=0)
@@ -108,6 +108,11 @@ class Paging(kova.TestCase):
         for text in ("Connecting to database...", "Getting reminders...", "Paging for Review...", "Page sent."):
             self.assertIn(text, server.log())
 
+        ini = server.home / "tarvel_wap.ini"
+        ini.write_bytes(ini.read_bytes().replace(b"To=now@", b"To=later@"))
+        server.process.send_signal(signal.SIGUSR1)
+        self.assertEqual(lines(self.mail("later@phone.test", "Reminder")), self.page_lines())
+
     def test_first_tick_sends_both_formats(self):
         # The first tick comes a minute after the start and has to meet the minute of the daily mails.
         while not 3 <= datetime.datetime.now().second < 45:
@@ -117,7 +122,7 @@ class Paging(kova.TestCase):
         standard = "standard@phone.test"
         compact = "compact@phone.test"
         server = self.start_paging(standard, "--start-paging", Email_Format="1", **daily)
-        self.start_paging(compact, "--start-paging", Email_Format="0", **daily)
+        self.start_paging(compact, main={"Auto_Start_Paging": 1}, Email_Format="0", **daily)
         server.wait_log("Waiting for next interval (in 10 minutes)")
         server.process.send_signal(signal.SIGUSR1)
         server.wait_log("Stop the timer first.")

@@ -241,6 +241,9 @@ TEST_F(CenterTest, DeckThatCannotBeMadeIsNoDeck) {
   files.failCreate = true;
   center.Get_comd_main(2, "/comd2.tmp");
   EXPECT_EQ(query("caltp=0&par=&pin=1"), "");
+  EXPECT_EQ(processes.started, Strings{});
+  EXPECT_EQ(query("caltp=0&par=&pin=1234"), "");
+  EXPECT_EQ(processes.started, Strings{"/usr/bin/lamp on "}) << "it was started before its card was made";
   EXPECT_EQ(files.count(), 0U);
 }
 

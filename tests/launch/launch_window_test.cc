@@ -78,6 +78,18 @@ TEST_F(LaunchWindowTest, LeavingTheCommandLooksForItsProgram) {
     EXPECT_EQ(setting("CMD_Command_2"), c.typed);
     EXPECT_EQ(window.bcommand[2].text(), c.typed);
   }
+  // What stands in the field is stored once more, unless the file says it already.
+  window.bcommand[2].setText("/usr/bin/lamp on");
+  window.bcommand[2].focus();
+  set("CMD_Command_2", "of somebody else");
+  window.bcommand[2].leave();
+  EXPECT_EQ(setting("CMD_Command_2"), "/usr/bin/lamp on");
+  set("CMD_Command_2", "/usr/bin/lamp on" + std::string(300, ' ') + "x");
+  window.close();
+  window.open();
+  window.bcommand[2].focus();
+  window.bcommand[2].leave();
+  EXPECT_EQ(setting("CMD_Command_2").size(), 317U) << "longer than what is read of it";
 }
 
 TEST_F(LaunchWindowTest, ClosedWindowReadsTheSettingsAnew) {

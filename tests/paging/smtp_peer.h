@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/text.h"
 #include "fakes/fake_loop.h"
 #include "fakes/fake_socket.h"
 #include "platform/connector.h"
@@ -32,7 +33,8 @@ class SmtpPeer : public platform::Connector {
   static constexpr int kWriteError = 24054;
 
   // Record.
-  std::vector<std::string> mails;  ///< one text per conversation: all bytes that came
+  std::vector<std::string> mails;     ///< one text per conversation: all bytes that came
+  std::vector<std::string> commands;  ///< first words of the lines outside mails
   std::vector<std::string> ports;
   std::vector<std::string> hosts;
   int open = 0;  ///< connections that stand now
@@ -76,7 +78,7 @@ class SmtpPeer : public platform::Connector {
       const long count = FakeSocket::write(bytes);
       if (count < 0) return count;
       network_.mails[mail_].append(bytes);
-      hear(bytes.substr(0, bytes.find("\r\n")));
+      hear(bytes);
       return count;
     }
 
@@ -94,7 +96,10 @@ class SmtpPeer : public platform::Connector {
                                                                    {".", "250 taken\r\n"},
                                                                    {"QUIT", "221 bye\r\n"}};
       const auto scripted = network_.answers.find(step);
-      const std::string text = scripted == network_.answers.end() ? kFriendly.at(step) : scripted->second;
+      const auto friendly = kFriendly.find(step);
+      std::string text = friendly == kFriendly.end() ? "500 what?\r\n" : friendly->second;
+      if (scripted != network_.answers.end()) text = scripted->second;
+      inMail_ = step == "data" && text.starts_with("354");
       if (text.empty()) return;
       pending_.push_back(network_.loop_.callAfter(network_.delay, [this, text] {
         if (!connected()) return;
@@ -110,18 +115,18 @@ class SmtpPeer : public platform::Connector {
       --network_.open;
     }
 
-    /// One line of the dialogue: a write of the program is one.
-    void hear(std::string_view line) {
+    /// A write of the program is one command or more, a line each, or a part of the mail.
+    void hear(std::string_view bytes) {
       if (inMail_) {
-        if (line == ".") {
-          inMail_ = false;
-          answer(".");
-        }
+        if (bytes == ".\r\n") answer(".");
         return;
       }
-      const std::string word(line.substr(0, line.find(' ')));
-      inMail_ = word == "data";
-      answer(word);
+      for (std::size_t end = bytes.find('\n'); end != std::string_view::npos; end = bytes.find('\n')) {
+        const std::string_view line = base::trim(bytes.substr(0, end));
+        bytes.remove_prefix(end + 1);
+        network_.commands.emplace_back(line.substr(0, line.find(' ')));
+        answer(network_.commands.back());
+      }
     }
 
     SmtpPeer& network_;

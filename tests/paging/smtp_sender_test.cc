@@ -205,7 +205,28 @@ TEST(LoneDots, CannotEndTheMail) {
       {"x\r\n.\ry", "x\r\n..\ry"},
       {".\r.\n.", "..\r..\n.."},
   };
-  for (const auto& [body, sent] : cases) EXPECT_EQ(withoutLoneDots(body), sent);
+  for (const auto& [body, sent] : cases) EXPECT_EQ(asMailText(body, true), sent);
+}
+
+TEST_F(SmtpSenderTest, TextOfTheCalendarIsNeverACommand) {
+  const std::string body = "Hi\r\nmail from: <evil>\nrcpt to: <victim>\r\ndata\r\n.\r\nQUIT\r\n";
+  for (const char* refusal : {"", "503 no valid receiver\r\n"}) {
+    peer.answers = {{"rcpt", "450 later\r\n"}, {"data", refusal}};
+    peer.commands.clear();
+    page(body);
+    loop.advance(minutes(10));
+    EXPECT_TRUE(over());
+    const Strings ours = {"helo", "mail", "rcpt", "data", "Subject:", "", "Hi\rmail", ".", "QUIT"};
+    EXPECT_EQ(peer.commands, ours) << refusal;
+  }
+  peer.answers.clear();
+  peer.mails.clear();
+  page(body);
+  loop.settle();
+  EXPECT_NE(
+      peer.mails[0].find("Hi\r\nmail from: <evil>\nrcpt to: <victim>\r\ndata\r\n..\r\nQUIT\r\n\r\n.\r\n"),
+      std::string::npos)
+      << "a mail that is taken goes out with its own line ends";
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -254,6 +255,15 @@ TEST_F(ProcessesTest, WorksWhereTheEndOfChildrenIsIgnored) {
   EXPECT_FALSE(start("/no/such/program"));
   EXPECT_EQ(why, "/no/such/program: No such file or directory");
   ::signal(SIGCHLD, SIG_DFL);
+}
+
+TEST_F(ProcessesTest, FirstProcessOfAContainerKeepsNoZombies) {
+  ASSERT_EQ(::prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
+  leaveNoZombies();
+  EXPECT_TRUE(start("true")) << why;
+  EXPECT_TRUE(comesTrue([] { return !hasChildren(); }));
+  ::signal(SIGCHLD, SIG_DFL);
+  ::prctl(PR_SET_CHILD_SUBREAPER, 0);
 }
 
 TEST_F(ProcessesTest, ManyStartsLeaveNothingBehind) {

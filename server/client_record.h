@@ -32,6 +32,8 @@ struct ClientRecord {
   /// null when none.
   std::shared_ptr<platform::InputFile> FileNumber;
   std::int16_t RequestState = kIdle;
+  /// The log says what is being sent.
+  bool Announced = false;
   /// Response header that is not written yet.
   std::string SendBuffer;
   /// Path of the file to send, in the page directory unless PathKind says otherwise.

@@ -109,6 +109,7 @@ void Responses::SendResponse(int index) {
   if (client.RequestState == kIdle) return;
   if (client.RequestState == kFoundHeaderQueued) {
     client.RequestState = kSendingBody;
+    client.Announced = false;
     client.SentPos = 1;
   }
   if (client.RequestState == kSendingBody) {
@@ -125,7 +126,8 @@ void Responses::sendBody(int index) {
   platform::Socket& socket = slots_.sockServer(index);
 
   const std::int64_t length = client.FileNumber->length();
-  log_.LogLine("Sending " + std::to_string(length) + " bytes to client " + std::to_string(index));
+  if (!std::exchange(client.Announced, true))
+    log_.LogLine("Sending " + std::to_string(length) + " bytes to client " + std::to_string(index));
 
   // kept: the test is "longer than the 1-based position", so a file of 0 or 1 bytes sends nothing at all, and
   // the last byte is lost whenever the length is one more than a multiple of the piece.
@@ -169,6 +171,7 @@ bool Responses::waitsAfterWriteError(int index, std::string_view wouldBlock, std
   if (error == platform::socket_error::kWouldBlock || error == platform::socket_error::kInProgress) {
     log_.LogError(error == platform::socket_error::kWouldBlock ? wouldBlock : inProgress, error,
                   socket.peerAddress(), client.SentPos);
+    client.Announced = false;
     return true;
   }
   client.FileNumber.reset();

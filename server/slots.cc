@@ -40,7 +40,11 @@ void ClientSlots::addSlot() {
   events.read = [this, index] { onRead(index); };
   events.writeReady = [this, index] { onWriteReady(index); };
   events.disconnect = [this, index] {
-    DropClient(index, "Disconnect Event");
+    // The rest of a file that cannot be read shows in the end of its connection.
+    const bool fileFailed = sockServer(index).lastError() == platform::socket_error::kFileUnreadable;
+    const std::string& path = client(index).RequestPath;
+    DropClient(index,
+               fileFailed ? "File error occurred during reading of file: " + path : "Disconnect Event");
     onStateChanged();
   };
   slot->socket->setEvents(std::move(events));

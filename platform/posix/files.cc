@@ -95,8 +95,8 @@ long PosixInputFile::readAt(std::int64_t offset, std::span<char> into) {
     const ssize_t count = ::pread(file_.get(), into.data() + done, into.size() - done,
                                   offset + static_cast<std::int64_t>(done));
     if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return -1;
-    if (count == 0) break;
+    if (count < 0 && done == 0) return -1;
+    if (count <= 0) break;
     done += static_cast<std::size_t>(count);
   }
   return static_cast<long>(done);

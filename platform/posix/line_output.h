@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/posix/file_descriptor.h"
+
 namespace kova::platform::posix {
 
 /// Lines for a descriptor such as standard output, gathered and written in few calls. A reader that does not
@@ -23,8 +25,15 @@ class LineOutput {
   bool flush();
 
  private:
+  long writeOnce(std::string_view bytes) const;
+  void giveUpOldest();
+
   int descriptor_;
-  bool mayBlock_ = true;
+  bool polled_ = false;
+  /// The same pipe or terminal opened once more: ours does not block, the one that is shared with whoever
+  /// started the program stays as it is.
+  FileDescriptor own_;
+  bool midLine_ = false;  // what was written last is not the end of a line
   std::string kept_;
 };
 

@@ -105,7 +105,8 @@ long Outgoing::sendOnce(int socket, std::size_t limit, bool more, bool& unreadab
   // Some file systems cannot do this.
   if (count < 0 && (errno == EINVAL || errno == ENOSYS))
     return sendCopied(socket, kFlags | moreFlag, unreadable);
-  unreadable = count == 0 || (count < 0 && (errno == EIO || errno == EISDIR || errno == EBADF));
+  unreadable =
+      count == 0 || (count < 0 && (errno == EIO || errno == EISDIR || errno == EBADF || errno == ESTALE));
   return count == 0 ? -1 : count;
 }
 

@@ -51,6 +51,12 @@ std::string dotted(const in_addr& address) {
   return ::inet_ntop(AF_INET, &address, text.data(), text.size()) ? text.data() : std::string();
 }
 
+/// Bytes that the peer has not acknowledged yet; -1 when that cannot be told.
+int unacknowledged(const FileDescriptor& socket) {
+  int count = 0;
+  return ::ioctl(socket.get(), SIOCOUTQ, &count) == 0 ? count : -1;
+}
+
 int errorNumber(int error) {
   return error == Outgoing::kFileUnreadable ? socket_error::kFileUnreadable : socketErrorOf(error);
 }
@@ -149,15 +155,16 @@ class PosixSocketFactory::Lingering final : public DescriptorHandler {
     watchWhatMatters();
   }
 
+  bool holds() const { return !held_.empty(); }
+
   /// Where the factory keeps this object.
   std::list<Lingering>::iterator place;
 
   bool overdue(SteadyTime now) {
-    int queued = 0;
-    if (::ioctl(descriptor_.get(), SIOCOUTQ, &queued) == 0 && queued != queued_) {
-      queued_ = queued;
-      lastProgress_ = now;
-    }
+    const int before = std::exchange(queued_, unacknowledged(descriptor_));
+    if (queued_ != before) lastProgress_ = now;
+    // While bytes are held he is as much in the middle of his answer as one whose owner still writes.
+    if (holds()) return now - lastProgress_ >= shared_.limits.idle;
     return now - lastProgress_ >= shared_.limits.lingerWithoutProgress ||
            now - started_ >= shared_.limits.lingerInAll;
   }
@@ -168,7 +175,10 @@ class PosixSocketFactory::Lingering final : public DescriptorHandler {
     const std::size_t before = held_.size();
     if (held_.send(descriptor_.get(), kRoundShare, true) != 0) return false;
     if (held_.size() < before) lastProgress_ = shared_.loop.roundTime();
-    if (held_.empty()) ::shutdown(descriptor_.get(), SHUT_WR);
+    if (held_.empty()) {
+      started_ = lastProgress_;
+      ::shutdown(descriptor_.get(), SHUT_WR);
+    }
     return true;
   }
 
@@ -257,10 +267,15 @@ class PosixSocketFactory::Connection final : public Socket, private DescriptorHa
   /// connection.
   int flush(bool more);
 
-  bool overdue(SteadyTime now) const {
+  bool overdue(SteadyTime now) {
     if (ended_) return false;
-    // While bytes are held, his answer is on its way, however slowly.
-    const bool waitsForOwner = gotBytes_ && held_.empty();
+    // While his answer is on its way, however slowly, nothing is up to the owner.
+    const bool sending = !held_.empty() || hadItsShare_;
+    if (sending) {
+      const int before = std::exchange(queued_, unacknowledged(descriptor_));
+      if (queued_ != before) lastActivity_ = now;
+    }
+    const bool waitsForOwner = gotBytes_ && !sending;
     if (waitsForOwner && !peerClosed_) return false;
     return now - lastActivity_ >= (waitsForOwner ? shared_.limits.halfClosed : shared_.limits.idle);
   }
@@ -325,6 +340,7 @@ class PosixSocketFactory::Connection final : public Socket, private DescriptorHa
   std::size_t writtenInRound_ = 0;
   bool hadItsShare_ = false;  // of this round: the next write is to wait for the next one
   SteadyTime lastActivity_;
+  int queued_ = -1;          // unacknowledged() when it was asked last
   bool calledPeer_ = false;  // the connection was made from here
   bool gotBytes_ = false;
   bool peerClosed_ = false;  // he sends no more, and everything he sent is read
@@ -362,7 +378,11 @@ void PosixSocketFactory::Shared::linger(FileDescriptor descriptor, PosixEventLoo
                                         bool peerClosed) {
   lingering_.emplace_back(*this, std::move(descriptor), std::move(watch), std::move(held), peerClosed);
   lingering_.back().place = std::prev(lingering_.end());
-  if (lingering_.size() > limits.lingering) lingering_.pop_front();
+  if (lingering_.size() > limits.lingering) {
+    // Rather one who has the whole answer in his kernel's or ours than one to whom bytes are held.
+    const auto least = std::ranges::find_if(lingering_, [](const Lingering& each) { return !each.holds(); });
+    lingering_.erase(least == lingering_.end() ? lingering_.begin() : least);
+  }
   sweepSoon();
 }
 
@@ -391,7 +411,7 @@ void PosixSocketFactory::Shared::sweep() {
   // The owner may do anything in the event, so each search starts anew; who was told is not found again.
   while (true) {
     const auto overdue = std::find_if(connections_.begin(), connections_.end(),
-                                      [now](const Connection* each) { return each->overdue(now); });
+                                      [now](Connection* each) { return each->overdue(now); });
     if (overdue == connections_.end()) break;
     (*overdue)->tellEnded(ETIMEDOUT);
   }
@@ -491,6 +511,8 @@ bool PosixSocketFactory::Connection::beginConnection(FileDescriptor& descriptor,
   state_ = State::kConnected;
   lastError_ = socket_error::kNone;
   lastActivity_ = shared_.loop.roundTime();
+  queued_ = -1;
+  writtenInRound_ = 0;
   calledPeer_ = gotBytes_ = peerClosed_ = ended_ = hadItsShare_ = false;
   broken_ = 0;
   return true;
@@ -635,7 +657,7 @@ long PosixSocketFactory::Connection::writeFile(std::string_view head, const std:
 int PosixSocketFactory::Connection::flush(bool more) {
   if (shared_.gathers(*this)) {
     Outgoing& outgoing = shared_.gatheredFor(*this);
-    broken_ = outgoing.send(descriptor_.get(), kRoundShare, more);
+    if (broken_ == 0) broken_ = outgoing.send(descriptor_.get(), kRoundShare, more);
     if (broken_ == 0 && !outgoing.empty()) held_ = std::move(outgoing);
     shared_.clearGathered();
     watch_.setEvents(wantedEvents());

@@ -18,11 +18,13 @@ struct SocketLimits {
   std::chrono::milliseconds idle = std::chrono::minutes(15);
   /// See PosixSocketFactory: how long a peer that has said it sends no more may wait for his answer to go on.
   std::chrono::milliseconds halfClosed = std::chrono::seconds(5);
-  /// A closed connection is given up when its peer takes nothing for this long, ...
+  /// A closed connection, once the kernel has all that was written, is given up when its peer takes nothing
+  /// for this long, ...
   std::chrono::milliseconds lingerWithoutProgress = std::chrono::seconds(30);
   /// ... or after this long in all, ...
   std::chrono::milliseconds lingerInAll = std::chrono::minutes(5);
-  /// ... or when there are more of them than this: the oldest first.
+  /// ... or when there are more closed connections than this: the oldest first, those before all to which
+  /// nothing is held any more.
   std::size_t lingering = 256;
 };
 

@@ -42,6 +42,12 @@ class FakeSocket : public platform::Socket {
     return all;
   }
 
+  /// The disconnect event, with its reason in lastError().
+  void end(int error) {
+    error_ = error;
+    events.disconnect();
+  }
+
   void setEvents(platform::SocketEvents e) override { events = std::move(e); }
   void setReuseAddress(bool on) override { reuseAddress = on; }
   void setNoDelay(bool on) override { noDelay = on; }

@@ -1,6 +1,9 @@
 // What goes out to a phone, piece by piece.
 
 #include "server/responses.h"
+
+#include <algorithm>
+
 #include "server_fixture.h"
 
 namespace kova::server {
@@ -148,10 +151,23 @@ TEST_F(ResponseTest, ASocketThatIsNotReadyLosesNothing) {
   slot(1).ready = false;
   receive(1, std::string("GET /x.txt HTTP/1.1\r\n") + kAccept + "\r\n\r\n");
   EXPECT_TRUE(slot(1).written.empty());
+  slot(1).events.writeReady();
   slot(1).ready = true;
   slot(1).events.writeReady();
   EXPECT_EQ(body(), bytes(3000));
   EXPECT_FALSE(slot(1).connected());
+  EXPECT_EQ(std::ranges::count(lines, "Sending 3000 bytes to client 1"), 1);
+}
+
+TEST_F(ResponseTest, AFileWhoseRestCannotBeReadEndsItsConnection) {
+  page("x.txt", bytes(3000));
+  connect(100);
+  slot(1).ready = false;
+  receive(1, std::string("GET /x.txt HTTP/1.1\r\n") + kAccept + "\r\n\r\n");
+  slot(1).end(platform::socket_error::kFileUnreadable);
+  EXPECT_EQ(lines.back(),
+            "Socket 1 (handle = 100) disconnected: File error occurred during reading of file: /x.txt");
+  EXPECT_EQ(files.openFiles, 0);
 }
 
 TEST_F(ResponseTest, AnyOtherWriteErrorDropsTheClient) {

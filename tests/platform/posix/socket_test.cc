@@ -298,7 +298,10 @@ TEST_F(SocketTest, UnreadBytesOfThePeerDoNotDestroyTheAnswer) {
 }
 
 TEST_F(SocketTest, PeerThatSendsNoMoreStillGetsItsAnswer) {
-  const std::string all = megabyte();
+  start({.halfClosed = milliseconds(60)});
+  // More than the kernel takes at once.
+  std::string all;
+  for (int i = 0; i < 8; ++i) all += megabyte();
   Peer peer(port_);
   peer.send("GET /\r\n\r\n");
   peer.sendsNoMore();
@@ -309,6 +312,7 @@ TEST_F(SocketTest, PeerThatSendsNoMoreStillGetsItsAnswer) {
   auto send = sender(served, all);
   served.onWriteReady = std::ref(send);
   send();
+  pass(300);
   EXPECT_TRUE(drain(peer));
   EXPECT_TRUE(all == peer.received) << peer.received.size();
   EXPECT_FALSE(factory_->lingering());  // both sides have closed: nothing to wait for
@@ -380,6 +384,14 @@ TEST_F(SocketTest, VanishedAndIdlePeersAreGivenUp) {
   EXPECT_EQ(std::string::npos, other.heard.find('d'));
   pass(200);
   EXPECT_EQ(std::string::npos, other.heard.find('d')) << "it is not up to him: he waits for an answer";
+  // But it is up to him to take it.
+  std::string all;
+  for (int i = 0; i < 8; ++i) all += megabyte();
+  auto send = sender(other, all);
+  other.onWriteReady = std::ref(send);
+  send();
+  ASSERT_TRUE(until([&] { return other.heard.ends_with('d'); }));
+  EXPECT_EQ(socket_error::kTimedOut, other.socket->lastError());
 }
 
 TEST_F(SocketTest, LingeringIsBounded) {
@@ -405,6 +417,7 @@ TEST_F(SocketTest, LingeringIsBounded) {
 }
 
 TEST_F(SocketTest, HeldBytesLingerToo) {
+  start({.lingerWithoutProgress = milliseconds(40), .lingerInAll = milliseconds(80)});
   Peer peer(port_, 16 * 1024);
   Served& served = connect(peer);
   narrow(served);
@@ -415,7 +428,8 @@ TEST_F(SocketTest, HeldBytesLingerToo) {
   }
   served.socket->disconnect();
   served_.clear();  // the socket itself is gone
-  EXPECT_FALSE(factory_->finish(milliseconds(50)));
+  // Not taking anything for a while costs the peer nothing, as it would before the disconnect.
+  EXPECT_FALSE(factory_->finish(milliseconds(200)));
   EXPECT_TRUE(drain(peer, 50'000));
   EXPECT_TRUE(all == peer.received) << peer.received.size() << " of " << all.size();
 }

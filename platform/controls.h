@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/image.h"
+
 namespace kova::platform {
 
 /// Controls are plain data with events. A window's logic sets and reads them; a view, where there is one,
@@ -169,6 +171,21 @@ class Button : public Control {
 
  private:
   std::string caption_;
+};
+
+/// A picture, shown as large as it is or smaller.
+class PictureBox : public Control {
+ public:
+  using Control::Control;
+
+  const Image& image() const { return image_; }
+  void setImage(Image image) {
+    image_ = std::move(image);
+    shown();
+  }
+
+ private:
+  Image image_;
 };
 
 /// A frame around other controls; disabled, it disables what it holds for the owner.

@@ -3,6 +3,9 @@
 #include <functional>
 #include <string>
 #include <utility>
+#include <vector>
+
+#include "platform/layout.h"
 
 namespace kova::platform {
 
@@ -37,9 +40,33 @@ class Window {
     if (onShown) onShown();
   }
 
+  /// Where the controls stand; without a part in it, there is nothing to show.
+  const Layout& layout() const { return layout_; }
+  /// The entries of its menu bar.
+  const std::vector<Button*>& menu() const { return menu_; }
+  /// What the Enter and the Escape key click; null: nothing.
+  Button* acceptButton() const { return acceptButton_; }
+  Button* cancelButton() const { return cancelButton_; }
+  bool resizable() const { return resizable_; }
+
   std::function<void()> onShown;
 
+ protected:
+  // A window says once, when it is made, how it looks.
+  void setLayout(Layout layout) { layout_ = std::move(layout); }
+  void setMenu(std::vector<Button*> menu) { menu_ = std::move(menu); }
+  void setKeys(Button* accept, Button* cancel) {
+    acceptButton_ = accept;
+    cancelButton_ = cancel;
+  }
+  void setFixedSize() { resizable_ = false; }
+
  private:
+  Layout layout_ = Layout::rows({});
+  std::vector<Button*> menu_;
+  Button* acceptButton_ = nullptr;
+  Button* cancelButton_ = nullptr;
+  bool resizable_ = true;
   std::string name_;
   std::string title_;
   bool visible_ = false;

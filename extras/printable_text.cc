@@ -72,12 +72,12 @@ void PrintableText::take(char byte) {
       afterReturn_ = byte == '\r';
       return;
     case Stage::kCommand:
-      stage_ = value == kSubnegotiation             ? Stage::kParameters
-               : (value >= kWill && value <= kDont) ? Stage::kOption
-                                                    : Stage::kText;
-      parameters_ = 0;
+      stage_ = Stage::kText;
       // Twice, it is the byte itself.
       if (value == kCommandFollows) bytes_ += byte;
+      if (value >= kWill && value <= kDont) stage_ = Stage::kOption;
+      if (value == kSubnegotiation) stage_ = Stage::kParameters;
+      parameters_ = 0;
       return;
     case Stage::kOption:
       stage_ = Stage::kText;

@@ -44,7 +44,8 @@ class Window {
   const Layout& layout() const { return layout_; }
   /// The entries of its menu bar.
   const std::vector<Button*>& menu() const { return menu_; }
-  /// What the Enter and the Escape key click; null: nothing.
+  /// What the Enter and the Escape key click; null: nothing. They may change with the window's state: a view
+  /// asks when the key comes.
   Button* acceptButton() const { return acceptButton_; }
   Button* cancelButton() const { return cancelButton_; }
   bool resizable() const { return resizable_; }
@@ -52,7 +53,7 @@ class Window {
   std::function<void()> onShown;
 
  protected:
-  // A window says once, when it is made, how it looks.
+  // A window says once, when it is made, how it looks; only its keys may change later.
   void setLayout(Layout layout) { layout_ = std::move(layout); }
   void setMenu(std::vector<Button*> menu) { menu_ = std::move(menu); }
   void setKeys(Button* accept, Button* cancel) {

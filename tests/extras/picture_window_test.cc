@@ -23,7 +23,7 @@ class FakePictures final : public platform::Pictures {
  public:
   struct Saved {
     Image image;
-    PictureFormat format;
+    PictureFormat format = PictureFormat::kPng;
   };
 
   std::map<std::string, Image> pictures;

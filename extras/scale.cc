@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <utility>
 #include <vector>
 
 namespace kova::extras {
@@ -81,35 +80,28 @@ std::vector<std::uint8_t> resample(const std::vector<std::uint8_t>& old, std::si
   return result;
 }
 
-void setWidth(platform::Image& image, int width) {
-  if (width == image.width) return;
-  image.rgb = resample(image.rgb, static_cast<std::size_t>(image.height),
-                       static_cast<std::size_t>(image.width), kChannels, blends(image.width, width));
-  image.width = width;
+platform::Image withWidth(const platform::Image& image, int width) {
+  if (width == image.width) return image;
+  return {width, image.height,
+          resample(image.rgb, static_cast<std::size_t>(image.height), static_cast<std::size_t>(image.width),
+                   kChannels, blends(image.width, width))};
 }
 
-void setHeight(platform::Image& image, int height) {
-  if (height == image.height) return;
-  image.rgb = resample(image.rgb, 1, static_cast<std::size_t>(image.height),
-                       static_cast<std::size_t>(image.width) * kChannels, blends(image.height, height));
-  image.height = height;
+platform::Image withHeight(const platform::Image& image, int height) {
+  if (height == image.height) return image;
+  return {image.width, height,
+          resample(image.rgb, 1, static_cast<std::size_t>(image.height),
+                   static_cast<std::size_t>(image.width) * kChannels, blends(image.height, height))};
 }
 
 }  // namespace
 
 platform::Image scale(const platform::Image& image, int width, int height) {
-  platform::Image result = image;
-  if (image.empty()) return result;
+  if (image.empty()) return {};
   // The axis that shrinks comes first: between the two steps the picture is never larger than before or
   // after.
-  if (width <= image.width) {
-    setWidth(result, width);
-    setHeight(result, height);
-  } else {
-    setHeight(result, height);
-    setWidth(result, width);
-  }
-  return result;
+  if (width <= image.width) return withHeight(withWidth(image, width), height);
+  return withWidth(withHeight(image, height), width);
 }
 
 }  // namespace kova::extras

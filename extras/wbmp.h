@@ -7,7 +7,7 @@
 namespace kova::extras {
 
 /// A picture file as WAP phones know it: a wireless bitmap of type 0 (WAP-190, Wireless Application
-/// Environment Specification, appendix A), black and white and not compressed.
+/// Environment), black and white and not compressed.
 std::string encodeWbmp(const OneBitImage& image);
 
 }  // namespace kova::extras

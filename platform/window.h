@@ -3,6 +3,9 @@
 #include <functional>
 #include <string>
 #include <utility>
+#include <vector>
+
+#include "platform/layout.h"
 
 namespace kova::platform {
 
@@ -37,9 +40,39 @@ class Window {
     if (onShown) onShown();
   }
 
+  /// Where the controls stand; without a part in it, there is nothing to show.
+  const Layout& layout() const { return layout_; }
+  /// The entries of the one menu of its menu bar; empty: it has none.
+  const std::vector<Button*>& menu() const { return menu_; }
+  const std::string& menuTitle() const { return menuTitle_; }
+  /// What the Enter and the Escape key click; null: nothing. They may change with the window's state: a view
+  /// asks when the key comes.
+  Button* acceptButton() const { return acceptButton_; }
+  Button* cancelButton() const { return cancelButton_; }
+  bool resizable() const { return resizable_; }
+
   std::function<void()> onShown;
 
+ protected:
+  // A window says once, when it is made, how it looks; only its keys may change later.
+  void setLayout(Layout layout) { layout_ = std::move(layout); }
+  void setMenu(std::string title, std::vector<Button*> entries) {
+    menuTitle_ = std::move(title);
+    menu_ = std::move(entries);
+  }
+  void setKeys(Button* accept, Button* cancel) {
+    acceptButton_ = accept;
+    cancelButton_ = cancel;
+  }
+  void setFixedSize() { resizable_ = false; }
+
  private:
+  Layout layout_ = Layout::rows({});
+  std::vector<Button*> menu_;
+  std::string menuTitle_;
+  Button* acceptButton_ = nullptr;
+  Button* cancelButton_ = nullptr;
+  bool resizable_ = true;
   std::string name_;
   std::string title_;
   bool visible_ = false;

@@ -1,0 +1,61 @@
+#include "platform/wx/log_view.h"
+
+#include <wx/textctrl.h>
+
+#include <algorithm>
+
+#include "platform/wx/text.h"
+
+namespace kova::platform::wx {
+
+namespace {
+
+/// The box takes LF for the end of a line.
+wxString lines(std::string_view text) {
+  std::string without(text);
+  std::erase(without, '\r');
+  return toWx(without);
+}
+
+}  // namespace
+
+LogView::LogView(LogBox& box, ControlHost& host, wxWindow* parent)
+    : ControlView(box, host),
+      box_(box),
+      native_(new wxTextCtrl(parent, wxID_ANY, {}, wxDefaultPosition, parent->FromDIP(wxSize(480, 160)),
+                             wxTE_MULTILINE | wxTE_READONLY, wxDefaultValidator, toWx(box.name()))) {
+  timer_.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { showNew(); });
+  adopt(native_);
+}
+
+void LogView::showValue() {
+  if (timer_.IsRunning()) return;
+  const auto wait = std::chrono::ceil<std::chrono::milliseconds>(next_ - Clock::now()).count();
+  timer_.StartOnce(static_cast<int>(std::max<long long>(wait, 1)));
+}
+
+void LogView::showNew() {
+  const std::string_view text = box_.text();
+  const std::uint64_t begin = box_.begin();
+  const std::uint64_t end = begin_ + shown_.size();
+  const std::size_t gone = begin < end ? static_cast<std::size_t>(begin - begin_) : shown_.size();
+  const std::string_view added = text.substr(begin < end ? static_cast<std::size_t>(end - begin) : 0);
+  if (gone == 0 && added.empty()) return;
+
+  if (gone == shown_.size()) {
+    native_->ChangeValue(lines(text));
+  } else {
+    if (gone > 0) {
+      native_->Remove(0, static_cast<long>(lines(std::string_view(shown_).substr(0, gone)).length()));
+    }
+    if (!added.empty()) native_->AppendText(lines(added));
+  }
+  native_->SetInsertionPointEnd();
+  native_->ShowPosition(native_->GetLastPosition());
+  shown_ = text;
+  begin_ = begin;
+  const auto reading = std::chrono::milliseconds(added.size() * 1000 / kBytesPerSecond);
+  next_ = Clock::now() + std::max(kBetween, reading);
+}
+
+}  // namespace kova::platform::wx

@@ -191,8 +191,15 @@ std::string mm_dd_hh_nn(const DateTime& t) {
 std::string shortTime(const DateTime& t) { return padded(t.hour, 2) + ":" + padded(t.minute, 2); }
 
 std::string logStamp(const DateTime& t) {
-  return padded(t.year % 100, 2) + "-" + padded(t.month, 2) + "-" + padded(t.day, 2) + " " + shortTime(t) +
-         ":" + padded(t.second, 2) + " ";
+  // For every line of a busy log, so it is made in one piece.
+  std::string stamp = "00-00-00 00:00:00 ";
+  std::size_t at = 0;
+  for (const int number : {t.year % 100, t.month, t.day, t.hour, t.minute, t.second}) {
+    stamp[at] = static_cast<char>('0' + number / 10 % 10);
+    stamp[at + 1] = static_cast<char>('0' + number % 10);
+    at += 3;
+  }
+  return stamp;
 }
 
 std::string generalDate(const DateTime& t) {

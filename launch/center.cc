@@ -29,11 +29,6 @@ Command readCommand(const settings::Settings& settings, int row) {
   return {read(settings::kCmdTitle), read(settings::kCmdCommand), read(settings::kCmdPin)};
 }
 
-/// A title as it is shown; one that was cleared reads as NUL characters, which have no place in a deck.
-std::string shownTitle(const Command& command) {
-  return wml::withoutForbidden(base::toUtf8(base::trim(command.title)));
-}
-
 }  // namespace
 
 void Center::Get_comd_main(int /*slot*/, const std::string& F) {
@@ -44,8 +39,8 @@ void Center::Get_comd_main(int /*slot*/, const std::string& F) {
   for (int row = 0; row < settings::kRows; ++row) {
     const Command command = readCommand(settings_, row);
     if (!command.isSet()) continue;
-    // kept: the owner's title is markup; it is not escaped.
-    deck.line(R"(<option value=")", std::to_string(row), R"(">)", shownTitle(command), "</option>");
+    deck.line(R"(<option value=")", std::to_string(row), R"(">)", wml::ownersMarkup(command.title),
+              "</option>");
   }
   deck.line("</select>");
   deck.line("PIN code:<br/>");
@@ -86,7 +81,7 @@ void Center::get_comd(std::string_view row, const std::string& path, std::string
   if (!settings::acceptsPin(command.pin, pin)) return answer("Invalid PIN", "Invalid PIN code.");
   if (!command.isSet()) return answer("Invalid command", "Invalid command.");
 
-  const std::string title = shownTitle(command);
+  const std::string title = wml::ownersMarkup(command.title);
   std::string why = "no command";
   // Behind a command that was cleared, the phone's parameter would name the program.
   bool started = !base::trim(command.command).empty();

@@ -38,12 +38,6 @@ Account readAccount(const settings::Settings& settings, int row) {
           read(settings::kPop3Pass), read(settings::kPop3Pin)};
 }
 
-/// kept: the owner's title is markup; it is not escaped. One that was cleared reads as NUL characters, which
-/// have no place in a deck.
-std::string shownTitle(const Account& account) {
-  return wml::withoutForbidden(base::toUtf8(base::trim(account.title)));
-}
-
 void writeInvalidPin(platform::Files& files, const std::string& path) {
   wml::Deck deck(files);
   if (!wml::header_standard(deck, path, "Invalid PIN")) return;
@@ -61,7 +55,8 @@ void Accounts::Get_pop3_main(int /*slot*/, const std::string& F) {
   for (int row = 0; row < settings::kRows; ++row) {
     const Account account = readAccount(machine_.settings, row);
     if (!account.isSet()) continue;
-    deck.line(R"(<option value=")", std::to_string(row), R"(">)", shownTitle(account), "</option>");
+    deck.line(R"(<option value=")", std::to_string(row), R"(">)", wml::ownersMarkup(account.title),
+              "</option>");
   }
   deck.line("</select>");
   deck.line("PIN code:<br/>");

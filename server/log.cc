@@ -21,7 +21,7 @@ void ServerLog::LogLine(std::string_view text) {
   }
   // Two stamps: the file and the box may differ by a second.
   if (traceFile && !traceFile().empty()) WriteTraceLine(base::logStamp(clock_.localNow()) + line);
-  AppendLogBox(base::logStamp(clock_.localNow()) + line);
+  AppendLogBox(base::logStamp(clock_.localNow()).append(line));
 }
 
 void ServerLog::LogError(std::string_view message, int error, std::string_view peer, std::int64_t position) {
@@ -31,11 +31,10 @@ void ServerLog::LogError(std::string_view message, int error, std::string_view p
   LogLine(line);
 }
 
-void ServerLog::AppendLogBox(std::string_view line) {
-  std::string ended(line);
-  ended += base::kCrLf;
-  box_.append(ended);
-  if (onLine) onLine(ended);
+void ServerLog::AppendLogBox(std::string line) {
+  line += base::kCrLf;
+  box_.append(line);
+  if (onLine) onLine(line);
 }
 
 void ServerLog::WriteTraceLine(std::string_view line) {

@@ -30,7 +30,7 @@ class ServerLog {
   void LogError(std::string_view message, int error, std::string_view peer, std::int64_t position);
 
   /// Adds a stamped line to the log box and keeps its newest characters.
-  void AppendLogBox(std::string_view line);
+  void AppendLogBox(std::string line);
 
   /// Adds a stamped line to the trace file when one is set.
   void WriteTraceLine(std::string_view line);

@@ -52,6 +52,7 @@ frmMain::frmMain(Machine machine, std::string programFolder, std::string executa
   slots_.onStateChanged = [this] { RefreshServerState(); };
   wireFields();
   wireButtons();
+  findPageDirectory();
   arrange();
 }
 
@@ -72,29 +73,31 @@ void frmMain::close() {
   if (onClosed) onClosed();
 }
 
-std::string frmMain::pageDirectory() const {
+void frmMain::findPageDirectory() {
   const std::string& text = editPageDirectory.text();
-  const char separator = machine_.files.separator();
   const bool nothing = std::filesystem::path(text).lexically_normal().relative_path().empty();
-  return nothing ? programFolder_ + separator : text;
+  pageDirectory_ = nothing ? programFolder_ + machine_.files.separator() : text;
+}
+
+void frmMain::write(std::string_view key, const std::string& value) {
+  // What start-up shows is what the file says; it is not written back.
+  if (!loading_) machine_.settings.WriteSetting(settings::kMain, key, value);
 }
 
 void frmMain::wireFields() {
   const auto writes = [this](platform::TextBox& box, std::string_view key) {
-    box.onChange = [this, &box, key] {
-      // What start-up shows is what the file says; it is not written back.
-      if (!loading_) machine_.settings.WriteSetting(settings::kMain, key, box.text());
-    };
+    box.onChange = [this, &box, key] { write(key, box.text()); };
   };
   writes(editLocalAddress, settings::kLocalAddress);
   writes(editLocalPort, settings::kLocalPort);
-  writes(editPageDirectory, settings::kWapDirectory);
+  editPageDirectory.onChange = [this] {
+    findPageDirectory();
+    write(settings::kWapDirectory, editPageDirectory.text());
+  };
   writes(Text1, settings::kPinCode);
 
   const auto writesCheck = [this](platform::CheckBox& box, std::string_view key) {
-    box.onClick = [this, &box, key] {
-      if (!loading_) machine_.settings.WriteSetting(settings::kMain, key, std::to_string(box.value()));
-    };
+    box.onClick = [this, &box, key] { write(key, std::to_string(box.value())); };
   };
   writesCheck(Check1, settings::kAutoStart);
   writesCheck(paging_check, settings::kAutoStartPaging);

@@ -64,7 +64,7 @@ class frmMain : public platform::Window {
 
   /// The folder of the served files and of the decks. A field that holds nothing or the root of the disk
   /// alone means the program's folder: nobody meant to share his whole disk.
-  std::string pageDirectory() const;
+  const std::string& pageDirectory() const { return pageDirectory_; }
   bool listening() { return slots_.sockServer(0).listening(); }
 
   /// Title, captions and enabled controls as the server's state has it.
@@ -111,6 +111,8 @@ class frmMain : public platform::Window {
  private:
   void arrange();
   void LoadSettings();
+  void findPageDirectory();
+  void write(std::string_view key, const std::string& value);
   void wireFields();
   void wireButtons();
   void cmdListen_Click();
@@ -124,6 +126,7 @@ class frmMain : public platform::Window {
 
   Machine machine_;
   std::string programFolder_;
+  std::string pageDirectory_;  // worked out when the field changes, not for every request
   ClientSlots slots_;
   Responses responses_;
   Dispatcher dispatcher_;

@@ -80,6 +80,8 @@ std::string WmlEscape(std::string_view text) {
   }
 }
 
+std::string ownersMarkup(std::string_view text) { return withoutForbidden(base::toUtf8(base::trim(text))); }
+
 std::string withoutForbidden(std::string_view text) {
   std::string allowed;
   allowed.reserve(text.size());

@@ -56,6 +56,10 @@ std::string WmlEscape(std::string_view text);
 /// than tab and line ends, U+FFFE, U+FFFF). A browser refuses a deck with one of them.
 std::string withoutForbidden(std::string_view text);
 
+/// A title that the owner has typed into his settings, as it stands in a deck.
+/// kept: it is markup and not escaped. One that was cleared reads as NUL characters, which are left out.
+std::string ownersMarkup(std::string_view text);
+
 /// XML declaration, document type and "<wml>".
 void prologue(Deck& deck);
 

@@ -27,11 +27,14 @@ class Window {
   }
 
   bool visible() const { return visible_; }
+  /// How often show() was called: a window that is shown again comes to the front.
+  unsigned showings() const { return showings_; }
   /// A modal window keeps the owner from the other windows until it is closed; the caller goes on at once.
   bool modal() const { return modal_; }
   void show(bool modal = false) {
     visible_ = true;
     modal_ = modal;
+    ++showings_;
     if (onShown) onShown();
   }
   /// By the owner or by the program alike. A window that has to end something with it overrides this.
@@ -77,6 +80,7 @@ class Window {
   std::string title_;
   bool visible_ = false;
   bool modal_ = false;
+  unsigned showings_ = 0;
 };
 
 }  // namespace kova::platform

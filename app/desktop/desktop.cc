@@ -8,7 +8,7 @@ Desktop::Desktop(Program& program, platform::wx::WxDialogs& dialogs, std::functi
     : picture(dialogs, pictures_, program.files()),
       console(program.conversation()),
       pictures_(program.files()),
-      bridge_(program.loop().descriptor(), [&program] { program.loop().dispatchPending(); }) {
+      bridge_(program.loop().descriptor(), [&program] { program.loop().dispatchSlice(); }) {
   server::frmMain& main = program.window();
   main.showAbout = [this] { about.open(); };
   main.showPicture = [this] { picture.open(); };

@@ -8,6 +8,8 @@
 #include <wx/stattext.h>
 #include <wx/textctrl.h>
 
+#include <utility>
+
 #include "platform/wx/log_view.h"
 #include "platform/wx/picture_view.h"
 #include "platform/wx/text.h"
@@ -33,9 +35,14 @@ void ControlView::adopt(wxWindow* window) {
   showState();
 }
 
-void ControlView::showState() {
+bool ControlView::showState() {
   showCaption();
-  if (window_->IsThisEnabled() != control_.enabled()) window_->Enable(control_.enabled());
+  constexpr int kFlickering = 4;
+  const bool flickers = std::exchange(changes, 0) > kFlickering;
+  if (window_->IsThisEnabled() == control_.enabled()) return true;
+  if (flickers) return false;
+  window_->Enable(control_.enabled());
+  return true;
 }
 
 namespace {
@@ -188,7 +195,10 @@ class ButtonView final : public ControlView {
         button_(button),
         native_(new wxButton(parent, wxID_ANY, toWx(button.caption()), wxDefaultPosition, wxDefaultSize, 0,
                              wxDefaultValidator, toWx(button.name()))) {
-    native_->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { button_.click(); });
+    native_->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
+      button_.click();
+      this->host().showNow();
+    });
     adopt(native_);
   }
 

@@ -16,6 +16,8 @@ class ControlHost {
   virtual ~ControlHost() = default;
   /// Calls showState() soon, but not for every change of a busy server.
   virtual void showLater(ControlView& view) = 0;
+  /// The owner has done something, and looks what comes of it.
+  virtual void showNow() = 0;
   /// The logic may have moved the focus to this control.
   virtual void followFocus(ControlView& view) = 0;
   /// The owner has moved the focus to it.
@@ -33,12 +35,13 @@ class ControlView {
   Control& control() const { return control_; }
   wxWindow& window() const { return *window_; }
 
-  /// Captions, and whether it is enabled.
-  void showState();
+  /// Captions, and whether it is enabled. False when this has changed so often that it is better looked at
+  /// again later: what flickers is not followed.
+  bool showState();
   /// The focus has gone, as the control sees it.
   virtual void focusWent() {}
 
-  bool later = false;  ///< showLater() has been asked for
+  int changes = 0;  ///< since it was last shown
 
  protected:
   ControlHost& host() const { return host_; }

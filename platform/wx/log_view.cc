@@ -2,7 +2,7 @@
 
 #include <wx/textctrl.h>
 
-#include <algorithm>
+#include <string_view>
 
 #include "platform/wx/text.h"
 
@@ -24,17 +24,10 @@ LogView::LogView(LogBox& box, ControlHost& host, wxWindow* parent)
       box_(box),
       native_(new wxTextCtrl(parent, wxID_ANY, {}, wxDefaultPosition, parent->FromDIP(wxSize(480, 160)),
                              wxTE_MULTILINE | wxTE_READONLY, wxDefaultValidator, toWx(box.name()))) {
-  timer_.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { showNew(); });
   adopt(native_);
 }
 
-void LogView::showValue() {
-  if (timer_.IsRunning()) return;
-  const auto wait = std::chrono::ceil<std::chrono::milliseconds>(next_ - Clock::now()).count();
-  timer_.StartOnce(static_cast<int>(std::max<long long>(wait, 1)));
-}
-
-void LogView::showNew() {
+void LogView::showCaption() {
   const std::string_view text = box_.text();
   const std::uint64_t begin = box_.begin();
   const std::uint64_t end = begin_ + shown_.size();
@@ -54,8 +47,6 @@ void LogView::showNew() {
   native_->ShowPosition(native_->GetLastPosition());
   shown_ = text;
   begin_ = begin;
-  const auto reading = std::chrono::milliseconds(added.size() * 1000 / kBytesPerSecond);
-  next_ = Clock::now() + std::max(kBetween, reading);
 }
 
 }  // namespace kova::platform::wx

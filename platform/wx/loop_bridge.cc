@@ -1,26 +1,16 @@
 #include "platform/wx/loop_bridge.h"
 
 #include <glib-unix.h>
-#include <poll.h>
 
-#include <chrono>
 #include <utility>
 
 namespace kova::platform::wx {
 
 namespace {
 
-/// How long phones may keep the loop before it looks after the windows again.
-constexpr std::chrono::milliseconds kSlice{4};
-
 /// The toolkit's own pending calls run at this priority, below those of events, layout and painting; sources
 /// of one priority take turns.
 constexpr int kPriority = G_PRIORITY_DEFAULT_IDLE;
-
-bool readable(int descriptor) {
-  pollfd wanted{descriptor, POLLIN, 0};
-  return ::poll(&wanted, 1, 0) > 0;
-}
 
 }  // namespace
 
@@ -28,12 +18,8 @@ struct LoopBridge::Source {
   std::function<void()> dispatch;
   guint id = 0;
 
-  static gboolean ready(gint descriptor, GIOCondition, gpointer data) {
-    const auto& dispatch = static_cast<Source*>(data)->dispatch;
-    const auto end = std::chrono::steady_clock::now() + kSlice;
-    do {
-      dispatch();
-    } while (readable(descriptor) && std::chrono::steady_clock::now() < end);
+  static gboolean ready(gint, GIOCondition, gpointer data) {
+    static_cast<Source*>(data)->dispatch();
     return G_SOURCE_CONTINUE;
   }
 };

@@ -11,6 +11,7 @@
 #include <wx/timer.h>
 #include <wx/utils.h>
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -32,10 +33,13 @@ class View::Native final : private ControlHost {
   void follow();
 
  private:
-  // However busy the server is, the windows show it no more often than this.
+  // However busy the server is, its windows show it no more often than 20 times a second. When more changes
+  // than anybody can follow, they do so less often yet: showing must not cost more than serving.
   static constexpr int kBetweenMs = 50;
+  static constexpr int kBetweenAtMostMs = 1000;
 
   void showLater(ControlView& view) override;
+  void showNow() override { refresh(); }
   void followFocus(ControlView& view) override;
   void focusArrived(ControlView& view) override;
 
@@ -60,6 +64,9 @@ class View::Native final : private ControlHost {
 
   wxTimer refreshTimer_;
   std::vector<ControlView*> later_;
+  unsigned showings_ = 0;
+  int changes_ = 0;  // since the last refresh
+  int betweenMs_ = kBetweenMs;
 
   ControlView* current_ = nullptr;  // has the focus, as the controls see it
   ControlView* wanted_ = nullptr;   // is to get it from the logic
@@ -157,19 +164,21 @@ void View::Native::onKey(wxKeyEvent& event) {
 }
 
 void View::Native::showLater(ControlView& view) {
-  if (std::exchange(view.later, true)) return;
+  ++changes_;
+  if (view.changes++ > 0) return;
   later_.push_back(&view);
   askRefresh();
 }
 
 void View::Native::askRefresh() {
-  if (!refreshTimer_.IsRunning()) refreshTimer_.StartOnce(kBetweenMs);
+  if (!refreshTimer_.IsRunning()) refreshTimer_.StartOnce(betweenMs_);
 }
 
 void View::Native::refresh() {
+  // As many milliseconds as there were changes: more than a thousand a second make it slower.
+  betweenMs_ = std::clamp(std::exchange(changes_, 0), kBetweenMs, kBetweenAtMostMs);
   for (ControlView* view : std::exchange(later_, {})) {
-    view->later = false;
-    view->showState();
+    if (!view->showState()) showLater(*view);
   }
   const wxString title = toWx(window_.title());
   if (frame_->GetTitle() != title) frame_->SetTitle(title);
@@ -181,6 +190,7 @@ void View::Native::follow() {
     if (frame_->IsShown()) hide();
     return;
   }
+  if (std::exchange(showings_, window_.showings()) == window_.showings()) return;
   if (frame_->IsShown()) {
     frame_->Raise();
     return;

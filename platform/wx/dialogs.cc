@@ -79,7 +79,7 @@ void WxDialogs::showNext() {
   const Box box = std::move(waiting_.front());
   waiting_.pop_front();
   busy_ = true;
-  standing_ = box.message;
+  standing_ = box.text;
   box.show();
   standing_.clear();
   busy_ = false;
@@ -103,9 +103,10 @@ int WxDialogs::showMessage(const std::string& text, const std::string& title, lo
 void WxDialogs::message(const std::string& text, MessageIcon icon, const std::string& title) {
   const bool known =
       (busy_ && standing_ == text) ||
-      std::any_of(waiting_.begin(), waiting_.end(), [&](const Box& box) { return box.message == text; });
+      std::any_of(waiting_.begin(), waiting_.end(), [&](const Box& box) { return !box.question && box.text == text; });
   if (known || waiting_.size() >= kMostWaiting) return;
-  later({[this, text, icon, title] { showMessage(text, title, wxOK | iconStyle(icon)); }, text});
+  later({[this, text, icon, title] { showMessage(text, title, wxOK | iconStyle(icon)); },
+         text, false});
 }
 
 void WxDialogs::askYesNo(const std::string& text, MessageIcon icon, const std::string& title,
@@ -114,7 +115,7 @@ void WxDialogs::askYesNo(const std::string& text, MessageIcon icon, const std::s
            const bool yes = showMessage(text, title, wxYES_NO | iconStyle(icon)) == wxID_YES;
            if (!ended_) answer(yes);
          },
-         {}});
+         text});
 }
 
 void WxDialogs::chooseFolder(const std::string& prompt, std::function<void(std::string)> answer) {

@@ -34,6 +34,9 @@ class WxDialogs final : public Dialogs {
   void chooseSaveFile(const std::string& title, const std::vector<FileFilter>& filters,
                       std::function<void(std::string)> answer) override;
 
+  /// The text of the message or question that stands; empty when there is none, or it is a chooser.
+  const std::string& standing() const { return standing_; }
+
   /// Takes the standing box away, and shows and answers no more.
   void end();
 
@@ -42,7 +45,8 @@ class WxDialogs final : public Dialogs {
  private:
   struct Box {
     std::function<void()> show;
-    std::string message;  // empty: a question
+    std::string text;
+    bool question = true;
   };
 
   void later(Box box);

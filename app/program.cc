@@ -50,7 +50,6 @@ Program::Program(std::string folder, std::string executable, platform::Dialogs& 
       accountsWindow_(settings_, dialogs),
       paging_({loop_, clock_, dialogs, outlook_, screenSaver_, settings_, conversation_}) {
   platform::posix::ignoreBrokenPipes();
-  platform::posix::leaveNoZombies();
   platform::posix::raiseDescriptorLimit();
   window_.onClosed = [this] {
     if (onEnd) onEnd();

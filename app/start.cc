@@ -7,6 +7,8 @@
 #include <iostream>
 #include <system_error>
 
+#include "platform/posix/signals.h"
+
 namespace kova::app {
 
 namespace {
@@ -21,6 +23,7 @@ std::string executableFolder() {
 }  // namespace
 
 std::optional<Start> start(const std::string& program, std::span<char* const> arguments, int& exitCode) {
+  platform::posix::leaveNoZombies();
   std::string error;
   auto options = parseOptions(arguments.subspan(arguments.empty() ? 0 : 1), error);
   if (!options) {

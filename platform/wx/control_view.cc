@@ -106,15 +106,6 @@ class ComboBoxView final : public EntryView<ComboBox, wxComboBox> {
                   new wxComboBox(parent, wxID_ANY, {}, wxDefaultPosition, wxDefaultSize, {}, 0,
                                  wxDefaultValidator, toWx(box.name()))) {
     native().Bind(wxEVT_COMBOBOX, [this](wxCommandEvent&) { takeText(); });
-    // One stop, not a second one at its arrow.
-    native().Bind(wxEVT_CHAR_HOOK, [this](wxKeyEvent& event) {
-      if (event.GetKeyCode() == WXK_TAB && !event.HasAnyModifiers()) {
-        native().Navigate(event.ShiftDown() ? wxNavigationKeyEvent::IsBackward
-                                            : wxNavigationKeyEvent::IsForward);
-      } else {
-        event.Skip();
-      }
-    });
     adopt(&native());
   }
 

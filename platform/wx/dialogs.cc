@@ -101,12 +101,11 @@ int WxDialogs::showMessage(const std::string& text, const std::string& title, lo
 }
 
 void WxDialogs::message(const std::string& text, MessageIcon icon, const std::string& title) {
-  const bool known =
-      (busy_ && standing_ == text) ||
-      std::any_of(waiting_.begin(), waiting_.end(), [&](const Box& box) { return !box.question && box.text == text; });
+  const bool known = (busy_ && standing_ == text) ||
+                     std::any_of(waiting_.begin(), waiting_.end(),
+                                 [&](const Box& box) { return !box.question && box.text == text; });
   if (known || waiting_.size() >= kMostWaiting) return;
-  later({[this, text, icon, title] { showMessage(text, title, wxOK | iconStyle(icon)); },
-         text, false});
+  later({[this, text, icon, title] { showMessage(text, title, wxOK | iconStyle(icon)); }, text, false});
 }
 
 void WxDialogs::askYesNo(const std::string& text, MessageIcon icon, const std::string& title,

@@ -48,6 +48,7 @@ class View::Native final : private ControlHost {
   void makeMnemonics();
   void wire();
   void onKey(wxKeyEvent& event);
+  void goTo(bool next);
   void refresh();
   void askRefresh();
   void moveFocusTo(ControlView& view);
@@ -150,6 +151,10 @@ void View::Native::wire() {
 
 void View::Native::onKey(wxKeyEvent& event) {
   const int key = event.GetKeyCode();
+  if (key == WXK_TAB && !event.HasAnyModifiers()) {
+    goTo(!event.ShiftDown());
+    return;
+  }
   Button* button = nullptr;
   if (!event.HasAnyModifiers()) {
     const bool onButton = dynamic_cast<wxButton*>(wxWindow::FindFocus()) != nullptr;
@@ -161,6 +166,24 @@ void View::Native::onKey(wxKeyEvent& event) {
     return;
   }
   button->click();
+}
+
+/// The Tab key goes through the controls as they are declared. The toolkit's own order has stops that are
+/// none, such as the arrow of a combo box.
+void View::Native::goTo(bool next) {
+  const std::size_t count = views_.size();
+  std::size_t at = next ? count - 1 : 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (views_[i].get() == current_) at = i;
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    at = (at + (next ? 1 : count - 1)) % count;
+    const ControlView& view = *views_[at];
+    const auto* option = dynamic_cast<const OptionButton*>(&view.control());
+    if (!view.window().CanAcceptFocusFromKeyboard() || (option && !option->chosen())) continue;
+    view.window().SetFocus();
+    return;
+  }
 }
 
 void View::Native::showLater(ControlView& view) {

@@ -14,6 +14,7 @@ namespace {
 constexpr int kGap = 8;
 constexpr int kSmallGap = 6;
 constexpr int kEdge = 12;
+constexpr int kTextWidth = 190;
 
 template <typename T>
 bool is(const Control& control) {
@@ -66,6 +67,12 @@ WindowLayout::Placed WindowLayout::place(const Layout& layout, wxWindow* parent)
   return {nullptr, framed};
 }
 
+wxWindow* WindowLayout::makeWide(const Layout& cell, wxWindow* parent) {
+  wxWindow* window = make_(*cell.control(), parent);
+  if (is<TextBox>(*cell.control())) window->SetMinSize(wxSize(parent->FromDIP(kTextWidth), -1));
+  return window;
+}
+
 void WindowLayout::label(const Control& control, wxWindow* parent, wxSizer& into) {
   into.Add(new wxStaticText(parent, wxID_ANY, toWx(control.label())), wxSizerFlags().CentreVertical());
 }
@@ -103,7 +110,7 @@ wxSizer* WindowLayout::labelled(const std::vector<const Layout*>& rows, wxWindow
     const bool alone = row->kind() == Layout::Kind::kControl;
     label(*(alone ? row : &row->parts().front())->control(), parent, *grid);
     if (alone) {
-      grid->Add(place(*row, parent).window, wxSizerFlags().Expand());
+      grid->Add(makeWide(*row, parent), wxSizerFlags().Expand());
     } else {
       grid->Add(columns(*row, parent, false), wxSizerFlags().Expand());
     }
@@ -124,7 +131,8 @@ wxSizer* WindowLayout::columns(const Layout& layout, wxWindow* parent, bool with
     first = false;
     wxSizerFlags flags(part.grows() ? 1 : 0);
     control ? flags.CentreVertical() : flags.Expand();
-    const Placed placed = place(part, parent);
+    const Placed placed =
+        control && part.grows() ? Placed{makeWide(part, parent), nullptr} : place(part, parent);
     placed.sizer ? sizer->Add(placed.sizer, flags) : sizer->Add(placed.window, flags);
   }
   return sizer;
@@ -140,7 +148,8 @@ wxSizer* WindowLayout::table(const Layout& layout, wxWindow* parent) {
   for (std::size_t i = 0; i < layout.parts().size(); ++i) {
     const Layout& cell = layout.parts()[i];
     if (i < width && cell.grows()) grid->AddGrowableCol(i, 1);
-    const Placed placed = place(cell, parent);
+    const Placed placed =
+        cell.control() && cell.grows() ? Placed{makeWide(cell, parent), nullptr} : place(cell, parent);
     const wxSizerFlags flags = wxSizerFlags().Expand();
     placed.sizer ? grid->Add(placed.sizer, flags) : grid->Add(placed.window, flags);
   }

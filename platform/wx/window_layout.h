@@ -32,6 +32,8 @@ class WindowLayout {
   wxSizer* table(const Layout& layout, wxWindow* parent);
   /// Rows of label and control.
   wxSizer* labelled(const std::vector<const Layout*>& rows, wxWindow* parent);
+  /// The native control, with the room that a text needs where there is room.
+  wxWindow* makeWide(const Layout& cell, wxWindow* parent);
   void label(const Control& control, wxWindow* parent, wxSizer& into);
 
   Make make_;

@@ -122,7 +122,9 @@ std::string DesktopTest::titleOf(const std::string& window) {
 
 std::string DesktopTest::box() const { return dialogs_ ? dialogs_->standing() : std::string(); }
 
-void DesktopTest::run(const std::string& xdotool) { EXPECT_EQ(0, std::system(("xdotool " + xdotool).c_str())); }
+void DesktopTest::run(const std::string& xdotool) {
+  EXPECT_EQ(0, std::system(("xdotool " + xdotool).c_str()));
+}
 
 void DesktopTest::click(const std::string& window, const std::string& control) {
   ASSERT_TRUE(comes([&] { return opened(window) && enabled(window, control); })) << window << "." << control;
@@ -143,7 +145,8 @@ void DesktopTest::fill(const std::string& window, const std::string& field, cons
 }
 
 void DesktopTest::answer(const std::string& text, const std::string& keys) {
-  ASSERT_TRUE(comes([&] { return box() == text; })) << "expected: " << text << "\nthere is: " << onWindows([this] { return box(); });
+  ASSERT_TRUE(comes([&] { return box() == text; }))
+      << "expected: " << text << "\nthere is: " << onWindows([this] { return box(); });
   // Keys go to it once the window manager says so.
   ASSERT_TRUE(comes([] {
     return output("xprop -id $(xdotool getactivewindow 2>/dev/null) _NET_WM_WINDOW_TYPE 2>/dev/null")

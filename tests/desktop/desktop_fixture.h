@@ -21,7 +21,7 @@
 namespace kova::desktop {
 
 /// Long enough for a sanitized build on a busy machine; only a failing test waits that long.
-inline constexpr std::chrono::seconds kPatience{8};
+inline constexpr std::chrono::seconds kPatience{60};
 
 /// Runs `call` on the thread of the windows, in a message box's loop if one stands, and returns its result.
 template <typename Call>

@@ -53,7 +53,8 @@ TEST_F(MainWindow, FirstStartWithoutSettings) {
     for (const auto& each : words) EXPECT_EQ(each.caption, captionOf("frmMain", each.control));
   });
   EXPECT_TRUE(comes([] {
-    return !enabled("frmMain", "cmdDisconnect") && titleOf("frmMain") == "Tarvel Wap Server [Pause] [0 Clients]";
+    return !enabled("frmMain", "cmdDisconnect") &&
+           titleOf("frmMain") == "Tarvel Wap Server [Pause] [0 Clients]";
   }));
   EXPECT_TRUE(comes([] { return textOf("frmMain", "txtLogError").find("PIN code") != std::string::npos; }));
 }
@@ -96,8 +97,8 @@ TEST_F(MainWindow, WrongFieldsAreNamedAndGetTheFocus) {
       {"editMaxClients", "1000", "The specified maximum number of clients is invalid", "10", true},
       {"editLocalPort", "0", "The specified port number is invalid", "8082", true},
       {"editLocalPort", "65536", "The specified port number is invalid", "8082", true},
-      {"editLocalPort", std::to_string(busy.number()), "Another application is already listening on this port",
-       "8082", false},
+      {"editLocalPort", std::to_string(busy.number()),
+       "Another application is already listening on this port", "8082", false},
   };
   for (const auto& each : cases) {
     fill("frmMain", each.field, each.wrong);
@@ -206,8 +207,11 @@ TEST_F(MainWindow, EverythingOpensAndClosesByKeyboard) {
   const struct {
     const char* keys;
     const char* window;
-  } cases[] = {{"alt+l", "frmlaunch"}, {"alt+a", "frmAbout"}, {"alt+t Return", "frmTrace"},
-               {"alt+t Down Return", "frmPicture"}, {"alt+t Down Down Return", "formtelnet"}};
+  } cases[] = {{"alt+l", "frmlaunch"},
+               {"alt+a", "frmAbout"},
+               {"alt+t Return", "frmTrace"},
+               {"alt+t Down Return", "frmPicture"},
+               {"alt+t Down Down Return", "formtelnet"}};
   for (const auto& each : cases) {
     ASSERT_TRUE(comes([] { return opened("frmMain"); })) << each.window;
     key(each.keys);

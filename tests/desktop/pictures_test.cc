@@ -33,7 +33,8 @@ TEST_F(Pictures, OfEveryWindow) {
   const std::string source = KOVA_SOURCE_FOLDER;
   std::filesystem::copy(source + "/pages", home_ + "/pages");
   startWithPages(
-      "WAP_Directory=" + home_ + "/pages/\r\nimage=" + home_ + "/pages/kova.png\r\nPIN_Code=24681357\r\n"
+      "WAP_Directory=" + home_ + "/pages/\r\nimage=" + home_ +
+      "/pages/kova.png\r\nPIN_Code=24681357\r\n"
       "CMD_Title_0=Lock the screen\r\nCMD_Command_0=loginctl lock-sessions\r\nCMD_PIN_0=48152342\r\n"
       "CMD_Title_1=Write the time\r\nCMD_Command_1=./write-time.sh\r\n"
       "POP3_Title_0=Office\r\nPOP3_Server_0=mail.example.org\r\nPOP3_User_0=you\r\nPOP3_Pass_0=secret\r\n"
@@ -51,12 +52,12 @@ TEST_F(Pictures, OfEveryWindow) {
   ASSERT_TRUE(comes([] { return captionOf("frmMain", "cmdListen") == "Stop WAP Server"; }));
   for (const char* path : {"/index.wml", "/kova.png", "/oabt"}) {
     const Phone phone(8081);
-    phone.send(std::string("GET ") + path + " HTTP/1.1\r\nHost: a\r\nAccept: text/vnd.wap.wml, image/png\r\n\r\n");
+    phone.send(std::string("GET ") + path +
+               " HTTP/1.1\r\nHost: a\r\nAccept: text/vnd.wap.wml, image/png\r\n\r\n");
     EXPECT_NE("", phone.rest());
   }
-  onWindows([this] {
-    program_->window().editPageDirectory.setText("/home/you/.local/share/kova-wap/pages/");
-  });
+  onWindows(
+      [this] { program_->window().editPageDirectory.setText("/home/you/.local/share/kova-wap/pages/"); });
   take("frmMain");
   click("frmMain", "cmdListen");
 
@@ -76,7 +77,10 @@ TEST_F(Pictures, OfEveryWindow) {
   take("frmpop3");
   key("Escape");
   ASSERT_TRUE(comes([] { return opened("frmMain"); }));
-  onWindows([this] { desktop_->picture.picPreview.setImage(*platform::wx::WxPictures(program_->files()).load(home_ + "/pages/kova.png")); });
+  onWindows([this] {
+    desktop_->picture.picPreview.setImage(
+        *platform::wx::WxPictures(program_->files()).load(home_ + "/pages/kova.png"));
+  });
   see("alt+t Down Return", "frmPicture");
   onWindows([this] { program_->window().pager.click(); });
   take("Form2");

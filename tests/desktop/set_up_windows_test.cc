@@ -66,8 +66,10 @@ TEST_F(SetUpWindows, AccountsAndAPinWithABlank) {
 TEST_F(SetUpWindows, PagingServer) {
   open("pager", "Form2");
   EXPECT_EQ("blank", onWindows([] { return textOf("Form2", "list1"); }));
-  for (const auto& [field, key] :
-       {std::pair{"txtfrom", "From"}, {"txtto", "To"}, {"txtsubject", "Subject"}, {"txtsmtpserver", "SMTP_Server"}}) {
+  for (const auto& [field, key] : {std::pair{"txtfrom", "From"},
+                                   {"txtto", "To"},
+                                   {"txtsubject", "Subject"},
+                                   {"txtsmtpserver", "SMTP_Server"}}) {
     fillAndExpect("Form2", field, "me@example.org", "Pager", key);
   }
   fillAndExpect("Form2", "list1", "15", "Pager", "Check_Interval");

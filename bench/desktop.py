@@ -1,8 +1,6 @@
 """The measurements of desktop.sh: both programs run all the time, and the load goes to one after the other."""
 
-import os
 import pathlib
-import select
 import statistics
 import subprocess
 import sys
@@ -41,21 +39,7 @@ def main():
                 process.wait(30)
 
 
-def display(processes):
-    number, told = os.pipe()
-    processes.append(subprocess.Popen(["Xvfb", "-displayfd", str(told), "-screen", "0", "1280x900x24", "-nolisten", "tcp"],
-                                      pass_fds=[told], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL))
-    os.close(told)
-    with os.fdopen(number) as pipe:
-        if not select.select([pipe], [], [], 60)[0]:
-            sys.exit("Xvfb does not start")
-        return ":" + pipe.readline().strip()
-
-
 def run(folder, processes):
-    environment = {**os.environ, "DISPLAY": display(processes), "NO_AT_BRIDGE": "1"}
-    environment.pop("WAYLAND_DISPLAY", None)
-    processes.append(subprocess.Popen(["openbox"], env=environment, stderr=subprocess.DEVNULL))
     servers = []
     for name in ("tarvel_wapd", "tarvel_wap"):
         home = folder / name
@@ -63,7 +47,7 @@ def run(folder, processes):
         port = free_port()
         with open(folder / f"{name}.log", "wb") as log:
             process = subprocess.Popen([BUILD / name, "--home", home, "--address", "127.0.0.1", "--port", str(port),
-                                        "--start"], stdout=log, env=environment)
+                                        "--start"], stdout=log)
         processes.append(process)
         wait_for(port)
         get(port, PATH)

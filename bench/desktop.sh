@@ -11,4 +11,4 @@ for program in tarvel_wap tarvel_wapd; do
   [[ -x $build/$program ]] || { echo "$build/$program is missing: build it first, with scripts/test.sh" >&2; exit 1; }
 done
 scripts/install-packages.sh bench
-exec python3 -B bench/desktop.py "$build" "${ROUNDS:-5}" "${SECONDS_EACH:-5}"
+exec scripts/on-display.py python3 -B bench/desktop.py "$build" "${ROUNDS:-5}" "${SECONDS_EACH:-5}"

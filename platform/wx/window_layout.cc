@@ -14,7 +14,8 @@ namespace {
 constexpr int kGap = 8;
 constexpr int kSmallGap = 6;
 constexpr int kEdge = 12;
-constexpr int kTextWidth = 190;
+constexpr int kFieldWidth = 240;
+constexpr int kCellWidth = 170;
 
 template <typename T>
 bool is(const Control& control) {
@@ -67,9 +68,9 @@ WindowLayout::Placed WindowLayout::place(const Layout& layout, wxWindow* parent)
   return {nullptr, framed};
 }
 
-wxWindow* WindowLayout::makeWide(const Layout& cell, wxWindow* parent) {
+wxWindow* WindowLayout::makeWide(const Layout& cell, wxWindow* parent, int width) {
   wxWindow* window = make_(*cell.control(), parent);
-  if (is<TextBox>(*cell.control())) window->SetMinSize(wxSize(parent->FromDIP(kTextWidth), -1));
+  if (is<TextBox>(*cell.control())) window->SetMinSize(wxSize(parent->FromDIP(width), -1));
   return window;
 }
 
@@ -110,7 +111,7 @@ wxSizer* WindowLayout::labelled(const std::vector<const Layout*>& rows, wxWindow
     const bool alone = row->kind() == Layout::Kind::kControl;
     label(*(alone ? row : &row->parts().front())->control(), parent, *grid);
     if (alone) {
-      grid->Add(makeWide(*row, parent), wxSizerFlags().Expand());
+      grid->Add(makeWide(*row, parent, kFieldWidth), wxSizerFlags().Expand());
     } else {
       grid->Add(columns(*row, parent, false), wxSizerFlags().Expand());
     }
@@ -132,7 +133,7 @@ wxSizer* WindowLayout::columns(const Layout& layout, wxWindow* parent, bool with
     wxSizerFlags flags(part.grows() ? 1 : 0);
     control ? flags.CentreVertical() : flags.Expand();
     const Placed placed =
-        control && part.grows() ? Placed{makeWide(part, parent), nullptr} : place(part, parent);
+        control && part.grows() ? Placed{makeWide(part, parent, kFieldWidth), nullptr} : place(part, parent);
     placed.sizer ? sizer->Add(placed.sizer, flags) : sizer->Add(placed.window, flags);
   }
   return sizer;
@@ -148,8 +149,8 @@ wxSizer* WindowLayout::table(const Layout& layout, wxWindow* parent) {
   for (std::size_t i = 0; i < layout.parts().size(); ++i) {
     const Layout& cell = layout.parts()[i];
     if (i < width && cell.grows()) grid->AddGrowableCol(i, 1);
-    const Placed placed =
-        cell.control() && cell.grows() ? Placed{makeWide(cell, parent), nullptr} : place(cell, parent);
+    const Placed placed = cell.control() && cell.grows() ? Placed{makeWide(cell, parent, kCellWidth), nullptr}
+                                                         : place(cell, parent);
     const wxSizerFlags flags = wxSizerFlags().Expand();
     placed.sizer ? grid->Add(placed.sizer, flags) : grid->Add(placed.window, flags);
   }

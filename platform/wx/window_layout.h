@@ -33,7 +33,7 @@ class WindowLayout {
   /// Rows of label and control.
   wxSizer* labelled(const std::vector<const Layout*>& rows, wxWindow* parent);
   /// The native control, with the room that a text needs where there is room.
-  wxWindow* makeWide(const Layout& cell, wxWindow* parent);
+  wxWindow* makeWide(const Layout& cell, wxWindow* parent, int width);
   void label(const Control& control, wxWindow* parent, wxSizer& into);
 
   Make make_;

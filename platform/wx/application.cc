@@ -51,7 +51,10 @@ const wxIconBundle& windowIcons() { return static_cast<App*>(wxTheApp)->icons; }
 Application::Application(const std::string& iconSvg) {
   if (!named("DISPLAY") && !named("WAYLAND_DISPLAY")) return;
   // What the toolkit complains of is for whoever started it, not for a box on the screen.
-  const std::unique_ptr<wxLog> before(wxLog::SetActiveTarget(owned<wxLogStderr>()));
+  // The log keeps it.
+  wxLog* stderrLog = owned<wxLogStderr>();
+  // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
+  const std::unique_ptr<wxLog> before(wxLog::SetActiveTarget(stderrLog));
   wxDisableAsserts();
   // It becomes the toolkit's, also when that cannot start.
   auto* app = owned<App>();

@@ -13,6 +13,7 @@
 #include <memory>
 
 #include "platform/wx/icons.h"
+#include "platform/wx/owned.h"
 
 namespace kova::platform::wx {
 
@@ -50,17 +51,19 @@ const wxIconBundle& windowIcons() { return static_cast<App*>(wxTheApp)->icons; }
 Application::Application(const std::string& iconSvg) {
   if (!named("DISPLAY") && !named("WAYLAND_DISPLAY")) return;
   // What the toolkit complains of is for whoever started it, not for a box on the screen.
-  delete wxLog::SetActiveTarget(std::make_unique<wxLogStderr>().release());
+  // The log keeps it.
+  wxLog* stderrLog = owned<wxLogStderr>();
+  // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
+  const std::unique_ptr<wxLog> before(wxLog::SetActiveTarget(stderrLog));
   wxDisableAsserts();
-  auto app = std::make_unique<App>();
+  // It becomes the toolkit's, also when that cannot start.
+  auto* app = owned<App>();
   app->SetAppName("tarvel_wap");
   app->SetClassName("tarvel_wap");
-  wxApp::SetInstance(app.get());
+  wxApp::SetInstance(app);
   int count = 1;
   std::array<char, 11> name{"tarvel_wap"};
   std::array<char*, 2> arguments{name.data(), nullptr};
-  // Owns it from here on, also when it cannot start.
-  static_cast<void>(app.release());
   if (!wxEntryStart(count, arguments.data())) return;
   started_ = true;
   // The toolkit speaks the owner's language; numbers and dates in files and pages do not.
@@ -69,8 +72,8 @@ Application::Application(const std::string& iconSvg) {
   wxTheApp->SetAppDisplayName("KOVA WAP server");
   // Frames come and go without ending the program.
   wxTheApp->SetExitOnFrameDelete(false);
-  wxImage::AddHandler(std::make_unique<wxPNGHandler>().release());
-  wxImage::AddHandler(std::make_unique<wxJPEGHandler>().release());
+  wxImage::AddHandler(owned<wxPNGHandler>());
+  wxImage::AddHandler(owned<wxJPEGHandler>());
   static_cast<App*>(wxTheApp)->icons = iconsOf(iconSvg);
 }
 

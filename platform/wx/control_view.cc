@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "platform/wx/log_view.h"
+#include "platform/wx/owned.h"
 #include "platform/wx/picture_view.h"
 #include "platform/wx/text.h"
 
@@ -217,8 +218,8 @@ class ButtonView final : public ControlView {
 class FrameView final : public ControlView {
  public:
   FrameView(Frame& frame, ControlHost& host, wxWindow* parent) : ControlView(frame, host) {
-    adopt(new wxStaticBox(parent, wxID_ANY, toWx(frame.caption()), wxDefaultPosition, wxDefaultSize, 0,
-                          toWx(frame.name())));
+    adopt(owned<wxStaticBox>(parent, wxID_ANY, toWx(frame.caption()), wxDefaultPosition, wxDefaultSize, 0,
+                             toWx(frame.name())));
   }
 };
 

@@ -17,6 +17,7 @@
 
 #include "platform/wx/control_view.h"
 #include "platform/wx/icons.h"
+#include "platform/wx/owned.h"
 #include "platform/wx/text.h"
 #include "platform/wx/window_layout.h"
 
@@ -88,7 +89,7 @@ View::Native::Native(Window& window)
     return make(control, parent);
   }).fill(panel_, window.layout());
   makeMnemonics();
-  auto* sizer = new wxBoxSizer(wxVERTICAL);
+  auto* sizer = owned<wxBoxSizer>(wxVERTICAL);
   sizer->Add(panel_, wxSizerFlags(1).Expand());
   frame_->SetSizerAndFit(sizer);
   wire();
@@ -112,7 +113,7 @@ wxWindow* View::Native::make(Control& control, wxWindow* parent) {
 
 void View::Native::makeMenu() {
   if (window_.menu().empty()) return;
-  auto* entries = new wxMenu;
+  auto* entries = owned<wxMenu>();
   for (Button* entry : window_.menu()) {
     wxMenuItem* item = entries->Append(wxID_ANY, toWx(entry->caption()));
     item->Enable(entry->enabled());
@@ -120,7 +121,7 @@ void View::Native::makeMenu() {
     entry->onShown = [entry, item] { item->Enable(entry->enabled()); };
     menu_.emplace_back(entry, item);
   }
-  auto* bar = new wxMenuBar;
+  auto* bar = owned<wxMenuBar>();
   bar->Append(entries, toWx(window_.menuTitle()));
   frame_->SetMenuBar(bar);
 }

@@ -4,6 +4,7 @@
 #include <wx/statbox.h>
 #include <wx/stattext.h>
 
+#include "platform/wx/owned.h"
 #include "platform/wx/text.h"
 
 namespace kova::platform::wx {
@@ -46,7 +47,7 @@ bool fillsRow(const Layout& layout) {
 }  // namespace
 
 void WindowLayout::fill(wxWindow* parent, const Layout& layout) {
-  auto* edge = new wxBoxSizer(wxVERTICAL);
+  auto* edge = owned<wxBoxSizer>(wxVERTICAL);
   const Placed inside = place(layout, parent);
   const wxSizerFlags flags = wxSizerFlags(1).Expand().Border(wxALL, parent->FromDIP(kEdge));
   inside.sizer ? edge->Add(inside.sizer, flags) : edge->Add(inside.window, flags);
@@ -63,7 +64,7 @@ WindowLayout::Placed WindowLayout::place(const Layout& layout, wxWindow* parent)
                      : layout.kind() == Layout::Kind::kColumns ? columns(layout, inside, true)
                                                                : table(layout, inside);
   if (!box) return {nullptr, content};
-  auto* framed = new wxStaticBoxSizer(box, wxVERTICAL);
+  auto* framed = owned<wxStaticBoxSizer>(box, wxVERTICAL);
   framed->Add(content, wxSizerFlags(1).Expand().Border(wxALL, parent->FromDIP(kGap)));
   return {nullptr, framed};
 }
@@ -75,11 +76,11 @@ wxWindow* WindowLayout::makeWide(const Layout& cell, wxWindow* parent, int width
 }
 
 void WindowLayout::label(const Control& control, wxWindow* parent, wxSizer& into) {
-  into.Add(new wxStaticText(parent, wxID_ANY, toWx(control.label())), wxSizerFlags().CentreVertical());
+  into.Add(owned<wxStaticText>(parent, wxID_ANY, toWx(control.label())), wxSizerFlags().CentreVertical());
 }
 
 wxSizer* WindowLayout::rows(const Layout& layout, wxWindow* parent) {
-  auto* sizer = new wxBoxSizer(wxVERTICAL);
+  auto* sizer = owned<wxBoxSizer>(wxVERTICAL);
   const auto& parts = layout.parts();
   for (std::size_t i = 0; i < parts.size();) {
     if (i > 0) sizer->AddSpacer(parent->FromDIP(kGap));
@@ -105,7 +106,7 @@ wxSizer* WindowLayout::rows(const Layout& layout, wxWindow* parent) {
 }
 
 wxSizer* WindowLayout::labelled(const std::vector<const Layout*>& rows, wxWindow* parent) {
-  auto* grid = new wxFlexGridSizer(2, wxSize(parent->FromDIP(kGap), parent->FromDIP(kSmallGap)));
+  auto* grid = owned<wxFlexGridSizer>(2, wxSize(parent->FromDIP(kGap), parent->FromDIP(kSmallGap)));
   grid->AddGrowableCol(1, 1);
   for (const Layout* row : rows) {
     const bool alone = row->kind() == Layout::Kind::kControl;
@@ -120,7 +121,7 @@ wxSizer* WindowLayout::labelled(const std::vector<const Layout*>& rows, wxWindow
 }
 
 wxSizer* WindowLayout::columns(const Layout& layout, wxWindow* parent, bool withFirstLabel) {
-  auto* sizer = new wxBoxSizer(wxHORIZONTAL);
+  auto* sizer = owned<wxBoxSizer>(wxHORIZONTAL);
   bool first = true;
   for (const Layout& part : layout.parts()) {
     if (!first) sizer->AddSpacer(parent->FromDIP(kGap));
@@ -142,9 +143,9 @@ wxSizer* WindowLayout::columns(const Layout& layout, wxWindow* parent, bool with
 wxSizer* WindowLayout::table(const Layout& layout, wxWindow* parent) {
   const std::size_t width = layout.headings().size();
   const int gap = parent->FromDIP(kSmallGap);
-  auto* grid = new wxFlexGridSizer(static_cast<int>(width), wxSize(gap, gap));
+  auto* grid = owned<wxFlexGridSizer>(static_cast<int>(width), wxSize(gap, gap));
   for (const std::string& heading : layout.headings()) {
-    grid->Add(new wxStaticText(parent, wxID_ANY, toWx(heading)));
+    grid->Add(owned<wxStaticText>(parent, wxID_ANY, toWx(heading)));
   }
   for (std::size_t i = 0; i < layout.parts().size(); ++i) {
     const Layout& cell = layout.parts()[i];

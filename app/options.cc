@@ -52,8 +52,9 @@ std::optional<Options> parseOptions(std::span<const char* const> arguments, std:
   return options;
 }
 
-std::string usage() {
-  return "usage: tarvel_wapd --home DIR [--address A] [--port N] [--max-clients N] [--start] "
+std::string usage(const std::string& program) {
+  return "usage: " + program +
+         " --home DIR [--address A] [--port N] [--max-clients N] [--start] "
          "[--start-paging]\n"
          "\n"
          "Serves the owner's calendar, contacts, inbox, tasks and notes to WAP phones.\n"

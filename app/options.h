@@ -22,7 +22,7 @@ struct Options {
 /// which.
 std::optional<Options> parseOptions(std::span<const char* const> arguments, std::string& error);
 
-/// The usage text.
-std::string usage();
+/// The usage text of `program`.
+std::string usage(const std::string& program);
 
 }  // namespace kova::app

@@ -1,7 +1,5 @@
 #include "app/program.h"
 
-#include <unistd.h>
-
 #include <chrono>
 #include <csignal>
 #include <utility>
@@ -17,10 +15,6 @@ namespace {
 
 /// How long a closing program waits for its last answers to arrive.
 constexpr std::chrono::milliseconds kLastAnswers{1000};
-/// How long lines are gathered, so that a busy server does not write each one by itself.
-constexpr std::chrono::milliseconds kOutputGathering{10};
-/// How often lines that nobody takes are offered again.
-constexpr std::chrono::milliseconds kOutputRetry{100};
 
 std::vector<std::string> privatePaths(const std::string& folder,
                                       const platform::local_outlook::Folders& outlook) {
@@ -34,17 +28,16 @@ std::vector<std::string> privatePaths(const std::string& folder,
 
 }  // namespace
 
-Program::Program(std::string folder)
+Program::Program(std::string folder, std::string executable, platform::Dialogs& dialogs)
     : folder_(std::move(folder)),
       signals_(loop_, {SIGTERM, SIGINT, SIGUSR1}, [this](int signal) { received(signal); }),
       sockets_(loop_),
       connector_(loop_, sockets_),
       settings_(folder_, profileFile_, files_.separator()),
-      conversation_(loop_, connector_, dialogs_),
-      output_(STDOUT_FILENO),
+      conversation_(loop_, connector_, dialogs),
       outlookFolders_(outlookFolders()),
       window_(
-          {loop_, sockets_, files_, clock_, dialogs_, hostLookup_, settings_}, folder_, "tarvel_wapd",
+          {loop_, sockets_, files_, clock_, dialogs, hostLookup_, settings_}, folder_, std::move(executable),
           [this](const std::string& path) { wml::writeNoSupportDeck(files_, path); },
           privatePaths(folder_, outlookFolders_)),
       outlook_(outlookFolders_, [this](const std::string& text) { window_.log.LogLine(text); }),
@@ -52,21 +45,19 @@ Program::Program(std::string folder)
       pages_(host_, files_, clock_, outlook_),
       launchCenter_(host_, files_, settings_, processes_,
                     [this](const std::string& text) { window_.log.LogLine(text); }),
-      launchWindow_(settings_, dialogs_, processes_),
+      launchWindow_(settings_, dialogs, processes_),
       accounts_(host_, {loop_, files_, settings_, conversation_}),
-      accountsWindow_(settings_, dialogs_),
-      paging_({loop_, clock_, dialogs_, outlook_, screenSaver_, settings_, conversation_}) {
+      accountsWindow_(settings_, dialogs),
+      paging_({loop_, clock_, dialogs, outlook_, screenSaver_, settings_, conversation_}) {
   platform::posix::ignoreBrokenPipes();
-  platform::posix::leaveNoZombies();
   platform::posix::raiseDescriptorLimit();
-  window_.log.onLine = [this](std::string_view line) { printLine(line); };
-  dialogs_.log = [this](const std::string& text) { window_.log.LogLine(text); };
+  window_.onClosed = [this] {
+    if (onEnd) onEnd();
+  };
   window_.showLaunch = [this] { launchWindow_.open(); };
   window_.showPop3 = [this] { accountsWindow_.open(); };
   window_.showPaging = [this] { paging_.open(); };
   window_.startPaging = [this] { paging_.openAndStart(); };
-  // Nobody sees the status line here.
-  paging_.Labelstat.onShown = [this] { window_.log.LogLine(paging_.Labelstat.text()); };
   window_.setRoutes(makeRoutes(pages_, launchCenter_, accounts_));
 }
 
@@ -85,19 +76,6 @@ platform::local_outlook::Folders Program::outlookFolders() {
   return folders;
 }
 
-void Program::printLine(std::string_view line) {
-  output_.add(line);
-  writeOutputIn(kOutputGathering);
-}
-
-void Program::writeOutputIn(std::chrono::milliseconds delay) {
-  if (outputTimer_) return;
-  outputTimer_ = loop_.callAfter(delay, [this] {
-    outputTimer_.reset();
-    if (!output_.flush()) writeOutputIn(kOutputRetry);
-  });
-}
-
 void Program::load(const Options& options) {
   window_.load();
 
@@ -111,22 +89,23 @@ void Program::load(const Options& options) {
   const bool wanted = options.start || (typed && window_.Check1.value() == 1) || (typed && listened);
   if (wanted && !window_.listening()) window_.cmdListen.click();
   if (options.startPaging && window_.startPaging) window_.startPaging();
-  output_.flush();
 }
 
 void Program::received(int signal) {
   if (signal == SIGUSR1) {
     paging_.openAndCheck();
-  } else {
-    loop_.quit();
+  } else if (onEnd) {
+    onEnd();
   }
 }
 
-void Program::run() {
-  loop_.run();
+void Program::unload() {
   window_.unload();
   sockets_.finish(kLastAnswers);
-  output_.flush();
+}
+
+std::vector<platform::Window*> Program::windows() {
+  return {&window_, &window_.traceWindow, &launchWindow_, &accountsWindow_, &paging_};
 }
 
 }  // namespace kova::app

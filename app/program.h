@@ -1,28 +1,28 @@
 #pragma once
 
 #include <chrono>
-#include <memory>
+#include <functional>
 #include <string>
-#include <string_view>
+#include <vector>
 
-#include "app/headless_dialogs.h"
 #include "app/options.h"
 #include "conversation/line_conversation.h"
 #include "launch/center.h"
 #include "launch/launch_window.h"
 #include "paging/paging_window.h"
+#include "platform/dialogs.h"
 #include "platform/local_outlook/local_outlook.h"
 #include "platform/posix/clock.h"
 #include "platform/posix/connector.h"
 #include "platform/posix/event_loop.h"
 #include "platform/posix/files.h"
 #include "platform/posix/host_lookup.h"
-#include "platform/posix/line_output.h"
 #include "platform/posix/processes.h"
 #include "platform/posix/profile_file.h"
 #include "platform/posix/screen_saver.h"
 #include "platform/posix/signals.h"
 #include "platform/posix/socket.h"
+#include "platform/window.h"
 #include "pop3/accounts.h"
 #include "pop3/accounts_window.h"
 #include "server/main_window.h"
@@ -32,21 +32,29 @@
 
 namespace kova::app {
 
-/// The whole program without a desktop, put together.
+/// The whole program but for its way of meeting the owner: who makes it shows the windows or does without,
+/// and goes round the event loop.
 class Program final {
  public:
-  /// `folder` is the program's folder, absolute and without a separator at its end.
-  explicit Program(std::string folder);
+  /// `folder` is the program's folder, absolute and without a separator at its end; `executable` is the name
+  /// in trace lines. The dialogs must outlive the program.
+  Program(std::string folder, std::string executable, platform::Dialogs& dialogs);
 
   /// Start-up, then what the options ask for.
   void load(const Options& options);
 
-  bool listening() { return window_.listening(); }
-  /// Text of the last message box.
-  const std::string& lastMessage() const { return dialogs_.lastMessage(); }
+  /// SIGTERM, SIGINT, or the owner has closed the main window: the loop is to be left, for unload().
+  std::function<void()> onEnd;
+  /// Ends in order: nothing of a client is left behind, and the last answers arrive.
+  void unload();
 
-  /// Serves until SIGTERM or SIGINT, then ends in order.
-  void run();
+  platform::posix::PosixEventLoop& loop() { return loop_; }
+  platform::posix::PosixFiles& files() { return files_; }
+  conversation::LineConversation& conversation() { return conversation_; }
+  server::frmMain& window() { return window_; }
+  paging::Form2& paging() { return paging_; }
+  /// Every window, the main window first.
+  std::vector<platform::Window*> windows();
 
  private:
   /// What the pages need of the main window.
@@ -62,9 +70,6 @@ class Program final {
 
   platform::local_outlook::Folders outlookFolders();
   void received(int signal);
-  void printLine(std::string_view line);
-  /// The lines of a round go out together.
-  void writeOutputIn(std::chrono::milliseconds delay);
 
   std::string folder_;
   platform::posix::PosixEventLoop loop_;
@@ -79,10 +84,7 @@ class Program final {
   platform::posix::PosixConnector connector_;
   platform::posix::NoScreenSaver screenSaver_;
   settings::Settings settings_;
-  HeadlessDialogs dialogs_;
   conversation::LineConversation conversation_;
-  platform::posix::LineOutput output_;
-  std::unique_ptr<platform::EventLoop::Timer> outputTimer_;
   platform::local_outlook::Folders outlookFolders_;
   server::frmMain window_;
   platform::local_outlook::LocalOutlook outlook_;

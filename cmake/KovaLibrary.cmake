@@ -23,6 +23,7 @@ function(kova_library folder)
   kova_target_name(${folder} target)
   file(GLOB headers CONFIGURE_DEPENDS RELATIVE ${CMAKE_SOURCE_DIR} "${CMAKE_SOURCE_DIR}/${folder}/*.h")
   file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/${folder}/*.cc")
+  list(FILTER sources EXCLUDE REGEX "/main\\.cc$")
 
   set(include_dir "${CMAKE_BINARY_DIR}/include/${target}")
   file(REMOVE_RECURSE "${include_dir}")
@@ -44,15 +45,22 @@ function(kova_library folder)
   endif()
 endfunction()
 
-# kova_program(NAME FROM folder USES folders...): all sources of the folder.
+# kova_program(NAME MAIN file USES folders...)
 function(kova_program name)
-  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "FROM" "USES")
-  file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/${ARG_FROM}/*.cc")
-  add_executable(${name} ${sources})
-  target_include_directories(${name} PRIVATE "${CMAKE_BINARY_DIR}/include/app")
-  file(REMOVE_RECURSE "${CMAKE_BINARY_DIR}/include/app")
-  file(MAKE_DIRECTORY "${CMAKE_BINARY_DIR}/include/app")
-  file(CREATE_LINK "${CMAKE_SOURCE_DIR}/${ARG_FROM}" "${CMAKE_BINARY_DIR}/include/app/app" SYMBOLIC)
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "MAIN" "USES")
+  add_executable(${name} ${CMAKE_SOURCE_DIR}/${ARG_MAIN})
   kova_use(${name} PRIVATE ${ARG_USES})
-  target_compile_definitions(${name} PRIVATE KOVA_VERSION="${PROJECT_VERSION}")
+endfunction()
+
+# kova_embed(TARGET HEADER NAME FILE): a header for the target's own sources with the text of the file in a constant.
+function(kova_embed target header name file)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/${file}")
+  file(READ "${CMAKE_SOURCE_DIR}/${file}" text)
+  file(CONFIGURE OUTPUT "${CMAKE_BINARY_DIR}/embedded/${header}" @ONLY CONTENT
+"#pragma once
+
+// Made of @file@.
+inline constexpr const char* @name@ = R\"embedded(@text@)embedded\";
+")
+  target_include_directories(${target} PRIVATE "${CMAKE_BINARY_DIR}/embedded")
 endfunction()

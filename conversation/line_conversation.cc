@@ -27,7 +27,11 @@ struct Ended {
 class LineConversation::Watch {
  public:
   Watch(LineConversation& conversation, ReplySearch& search, bool wholeReply)
-      : conversation_(conversation), search_(search), wholeReply_(wholeReply) {
+      : conversation_(conversation), search_(&search), wholeReply_(wholeReply) {
+    conversation_.watch_ = this;
+  }
+  /// For the end of the connection and nothing else.
+  explicit Watch(LineConversation& conversation) : conversation_(conversation) {
     conversation_.watch_ = this;
   }
   Watch(const Watch&) = delete;
@@ -37,8 +41,10 @@ class LineConversation::Watch {
     conversation_.wake_.reset();
   }
 
-  bool reached() const { return wholeReply_ ? search_.foundEnd() : search_.foundExpected(); }
-  void see(std::string_view piece) { search_.see(piece); }
+  bool reached() const { return search_ && (wholeReply_ ? search_->foundEnd() : search_->foundExpected()); }
+  void see(std::string_view piece) {
+    if (search_) search_->see(piece);
+  }
 
   /// When the connection has ended nothing can arrive any more.
   bool await_ready() const { return reached() || !conversation_.connected(); }
@@ -48,8 +54,8 @@ class LineConversation::Watch {
 
  private:
   LineConversation& conversation_;
-  ReplySearch& search_;
-  bool wholeReply_;
+  ReplySearch* search_ = nullptr;
+  bool wholeReply_ = false;
   std::coroutine_handle<> caller_;
 };
 
@@ -75,7 +81,7 @@ base::Task<bool> LineConversation::connect(std::string host, std::string port) {
     ShowError("Unable to connect to " + host + ".  Error " + std::to_string(result.error));
     co_return false;
   }
-  status_ = "Connecting to " + host + "...";
+  setStatus("Connecting to " + host + "...");
   co_return true;
 }
 
@@ -111,12 +117,14 @@ void LineConversation::dataArrived() {
     return;
   }
   ReplyBuffer.append(piece_, 0, kReplyBytes - std::min(kReplyBytes, ReplyBuffer.size()));
+  if (watcher.received) watcher.received(piece_);
   if (!watch_) return;
   watch_->see(piece_);
   if (watch_->reached()) wake();
 }
 
 bool LineConversation::SendData(std::string_view text) {
+  if (watcher.sent) watcher.sent(text);
   unsent_.append(text);
   writeUnsent();
   return connected();
@@ -192,6 +200,11 @@ base::Task<bool> LineConversation::WaitForReply(std::string_view expected, Reply
   co_return !timedOut;
 }
 
+base::Task<> LineConversation::WaitForEnd() {
+  Watch untilEnd(*this);
+  co_await untilEnd;
+}
+
 void LineConversation::join(WaitingLine& caller) {
   line_.push_back(&caller);
   // Those who have gone meanwhile make room: the line is never longer than the callers that are there.
@@ -201,6 +214,8 @@ void LineConversation::join(WaitingLine& caller) {
 void LineConversation::serveLine() {
   for (;;) {
     auto next = std::find_if(line_.begin(), line_.end(), [](WaitingLine* each) { return !each->wanted(); });
+    // Whoever was lent the conversation ends his Turn in there.
+    if (next == line_.end() && next != line_.begin() && claimed_) std::exchange(claimed_, nullptr)();
     if (next == line_.end() && !taken_) next = line_.begin();
     if (next == line_.end()) return;
     WaitingLine& caller = **next;
@@ -215,9 +230,16 @@ void LineConversation::release() {
   disconnect();
   ReplyBuffer.clear();
   ReplyBuffer.shrink_to_fit();
-  status_.clear();
   taken_ = false;
+  claimed_ = nullptr;
   if (!line_.empty()) serveLine_ = loop_.callAfter(kSoon, [this] { serveLine(); });
+  setStatus({});
+}
+
+void LineConversation::setStatus(std::string status) {
+  if (status == status_) return;
+  status_ = std::move(status);
+  if (watcher.statusChanged) watcher.statusChanged();
 }
 
 }  // namespace kova::conversation

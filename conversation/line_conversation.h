@@ -55,6 +55,24 @@ class LineConversation {
   /// somebody else comes: when it says no, the caller goes on at once with a Turn that is false.
   [[nodiscard]] WaitingLine turn(std::function<bool()> wanted = {});
 
+  /// The conversation at once, for somebody who would hold it for as long as nobody needs it (a person at the
+  /// console); a Turn that is false when somebody has it or waits for it. `claimed` is called, once and from
+  /// the loop, when somebody comes who needs it: the Turn has to end before that call returns. Nobody calls
+  /// `claimed` any more when the Turn has ended by itself.
+  [[nodiscard]] Turn tryTurn(std::function<void()> claimed);
+
+  /// For somebody who watches what is said, whoever says it. They are called in the middle of it, some from
+  /// inside the socket's events: they take notes, and neither use the conversation nor end a Turn.
+  struct Watcher {
+    /// What goes to the peer, passwords and all: each SendData, as a whole.
+    std::function<void(std::string_view text)> sent;
+    /// What the peer says, in the pieces in which it comes; they end anywhere.
+    std::function<void(std::string_view bytes)> received;
+    /// status() has changed: a connection has come about, or a conversation that had one is over.
+    std::function<void()> statusChanged;
+  };
+  Watcher watcher;
+
   /// Connects to a host on a port (a number or the name of a service), in place of a connection that stands.
   /// False when that fails, or takes longer than kTimeout (then with error 24060).
   base::Task<bool> connect(std::string host, std::string port);
@@ -81,6 +99,9 @@ class LineConversation {
   /// False when kTimeout passes before that. The dot is taken off ReplyBuffer; it is not part of the text.
   base::Task<bool> WaitForReply(std::string_view expected, ReplyEnd end);
 
+  /// Goes on when the connection has ended, at once when there is none; has no limit of time.
+  base::Task<> WaitForEnd();
+
   /// What has arrived since it was last cleared (see kReplyBytes).
   std::string ReplyBuffer;
 
@@ -100,6 +121,7 @@ class LineConversation {
   void join(WaitingLine& caller);
   void serveLine();
   void release();
+  void setStatus(std::string status);
 
   platform::EventLoop& loop_;
   platform::Connector& connector_;
@@ -113,6 +135,7 @@ class LineConversation {
   std::unique_ptr<platform::EventLoop::Timer> wake_;
 
   bool taken_ = false;
+  std::function<void()> claimed_;  // of a Turn that was lent
   std::list<WaitingLine*> line_;
   std::unique_ptr<platform::EventLoop::Timer> serveLine_;
 };
@@ -164,6 +187,15 @@ class [[nodiscard]] LineConversation::WaitingLine {
   std::coroutine_handle<> caller_;
   bool given_ = false;
 };
+
+inline LineConversation::Turn LineConversation::tryTurn(std::function<void()> claimed) {
+  const bool given = !taken_ && line_.empty();
+  if (given) {
+    taken_ = true;
+    claimed_ = std::move(claimed);
+  }
+  return Turn(given ? this : nullptr);
+}
 
 inline LineConversation::WaitingLine LineConversation::turn(std::function<bool()> wanted) {
   return {*this, std::move(wanted)};

@@ -1,6 +1,8 @@
 #include "launch/launch_window.h"
 
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "base/text.h"
 
@@ -21,6 +23,16 @@ frmlaunch::frmlaunch(const settings::Settings& settings, platform::Dialogs& dial
     };
   }
   Command1.onClick = [this] { close(); };
+
+  using platform::Layout;
+  std::vector<Layout> cells;
+  for (std::size_t row = 0; row < kRows; ++row) {
+    cells.push_back(Layout(btitle[row]).growing());
+    cells.push_back(Layout(bcommand[row]).growing());
+    cells.emplace_back(bpin[row]);
+  }
+  setLayout(Layout::rows({Layout::table({"Title", "Command", "PIN"}, std::move(cells)), Command1}));
+  setKeys(nullptr, &Command1);
 }
 
 void frmlaunch::open() {

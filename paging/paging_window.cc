@@ -35,6 +35,19 @@ Form2::Form2(Machine machine)
       dailyMails_(machine.loop, machine.clock, machine.outlook, *this, sender_),
       Timer1_(machine.loop, machine.clock, kInterval) {
   wireControls();
+  arrange();
+}
+
+void Form2::arrange() {
+  using platform::Layout;
+  setLayout(Layout::rows(
+      {Label1, Layout::rows({txtfrom, txtto, txtsubject, txtsmtpserver, list1, Check1}).in(Frame1),
+       Layout::rows({Layout::columns({Check3, Check2}), Layout::columns({Combo1, Check4}),
+                     Layout::columns({mail_format[1], mail_format[0]})})
+           .in(Frame3),
+       Layout::rows({Labelstat}).in(Frame2), Layout::columns({Command2, cmdchecknow, Command1})}));
+  setKeys(nullptr, &Command1);
+  setFixedSize();
 }
 
 void Form2::wireControls() {

@@ -91,6 +91,7 @@ class Form2 : public platform::Window, private Host {
   static constexpr std::chrono::seconds kInterval{60};
 
   void wireControls();
+  void arrange();
   void load();
   bool started() const { return Command2.caption() == kStopCaption; }
   void setStarted(bool on);

@@ -68,6 +68,7 @@ std::string_view LogBox::text() const { return std::string_view(text_).substr(st
 
 void LogBox::append(std::string_view text) {
   text_ += text;
+  appended_ += text.size();
   // Only now and then, so that a line costs no copy of the whole box.
   if (text_.size() > 8 * max_) text_.erase(0, startOfLast(text_, max_));
   shown();

@@ -1,12 +1,15 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include "platform/image.h"
 
 namespace kova::platform {
 
@@ -63,11 +66,16 @@ class TextBox : public Control {
   void selectAll();
   bool allSelected() const { return allSelected_; }
 
+  /// Its text is not for the eyes of others; said before the box is shown.
+  void setPassword() { password_ = true; }
+  bool password() const { return password_; }
+
   std::function<void()> onChange;
 
  private:
   std::string text_;
   bool allSelected_ = false;
+  bool password_ = false;
 };
 
 /// A text box with a list to choose its text from; a text that is not in the list is allowed.
@@ -105,10 +113,13 @@ std::deque<TextBox> textBoxes(const std::string& name, std::size_t count);
 /// are kept.
 class LogBox : public Control {
  public:
-  LogBox(std::string name, std::size_t maxCharacters) : Control(std::move(name)), max_(maxCharacters) {}
+  LogBox(std::string name, std::size_t maxCharacters, std::string label = {})
+      : Control(std::move(name), std::move(label)), max_(maxCharacters) {}
 
   /// The newest characters (code points), at most as many as the box keeps.
   std::string_view text() const;
+  /// How many bytes had ever been appended before those of text(): tells a view what is new.
+  std::uint64_t begin() const { return appended_ - text().size(); }
   /// Amortised constant cost per byte.
   void append(std::string_view text);
   void clear();
@@ -116,6 +127,7 @@ class LogBox : public Control {
  private:
   std::size_t max_;
   std::string text_;
+  std::uint64_t appended_ = 0;
 };
 
 /// 0 or 1, as it stands in the settings file.
@@ -169,6 +181,21 @@ class Button : public Control {
 
  private:
   std::string caption_;
+};
+
+/// A picture, shown as large as it is or smaller.
+class PictureBox : public Control {
+ public:
+  using Control::Control;
+
+  const Image& image() const { return image_; }
+  void setImage(Image image) {
+    image_ = std::move(image);
+    shown();
+  }
+
+ private:
+  Image image_;
 };
 
 /// A frame around other controls; disabled, it disables what it holds for the owner.

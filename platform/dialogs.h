@@ -28,6 +28,10 @@ class Dialogs {
   virtual void chooseFolder(const std::string& prompt, std::function<void(std::string)> answer) = 0;
   virtual void chooseFile(const std::string& title, const std::vector<FileFilter>& filters,
                           std::function<void(std::string)> answer) = 0;
+  /// For a file to be written; the owner has been asked whether one that is there may be replaced. A name
+  /// without an extension gets that of the filter that he has chosen.
+  virtual void chooseSaveFile(const std::string& title, const std::vector<FileFilter>& filters,
+                              std::function<void(std::string)> answer) = 0;
 };
 
 }  // namespace kova::platform

@@ -66,6 +66,10 @@ class Files {
   /// Adds to the end of a file, which is made (mode 0600) when it is missing. False on failure.
   virtual bool append(const std::string& path, std::string_view bytes) = 0;
 
+  /// A file with exactly these bytes, whatever it held before. False on failure; a file that was there is
+  /// then as it was. Readable as the owner's documents are, and in place of a link.
+  virtual bool replace(const std::string& path, std::string_view bytes) = 0;
+
   virtual bool remove(const std::string& path) = 0;
 
   /// What stands between the names of a path: "/" or "\".

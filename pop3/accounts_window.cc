@@ -1,5 +1,8 @@
 #include "pop3/accounts_window.h"
 
+#include <utility>
+#include <vector>
+
 namespace kova::pop3 {
 
 frmpop3::frmpop3(const settings::Settings& settings, platform::Dialogs& dialogs)
@@ -11,6 +14,19 @@ frmpop3::frmpop3(const settings::Settings& settings, platform::Dialogs& dialogs)
     field.onLeave = [this, &field, key, blanks] { store(field, key, blanks); };
   });
   Command1.onClick = [this] { close(); };
+
+  using platform::Layout;
+  std::vector<Layout> cells;
+  for (std::size_t row = 0; row < kRows; ++row) {
+    bpass[row].setPassword();
+    for (platform::TextBox* field : {&btitle[row], &bcommand[row], &buser[row], &bpass[row]}) {
+      cells.push_back(Layout(*field).growing());
+    }
+    cells.emplace_back(bpin[row]);
+  }
+  setLayout(Layout::rows(
+      {Layout::table({"Title", "Server", "User", "Password", "PIN"}, std::move(cells)), Command1}));
+  setKeys(nullptr, &Command1);
 }
 
 void frmpop3::open() {

@@ -1,24 +1,26 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that are still missing for one or more purposes:
-#   build  what the program needs to be compiled and to run
-#   test   ... and its tests
-#   bench  ... and the comparison with nginx
-#   tidy   clang-format and clang-tidy
+#   build    what the program needs to be compiled and to run
+#   desktop  ... and for its windows
+#   test     ... and its tests
+#   bench    ... and the comparison with nginx
+#   tidy     clang-format and clang-tidy
 # Usage: scripts/install-packages.sh PURPOSE...
 set -euo pipefail
 
 packages_for() {
   case $1 in
     build) echo g++ cmake ninja-build pkg-config ccache libical-dev libgmime-3.0-dev tzdata ;;
-    test) echo libgtest-dev libgmock-dev python3 dovecot-core dovecot-pop3d wapua xvfb xauth xfonts-base fonts-dejavu-core imagemagick python3-aiosmtpd ;;
-    bench) echo nginx wrk python3 ;;
+    desktop) echo libwxgtk3.2-dev libglib2.0-dev ;;
+    test) echo libgtest-dev libgmock-dev python3 dovecot-core dovecot-pop3d wapua xvfb xauth xfonts-base fonts-dejavu-core imagemagick python3-aiosmtpd openbox xdotool x11-utils ;;
+    bench) echo nginx wrk python3 xvfb openbox ;;
     tidy) echo clang-tidy-19 clang-format-19 ;;
     *) return 1 ;;
   esac
 }
 
 usage() {
-  echo "usage: ${0##*/} build|test|bench|tidy ..." >&2
+  echo "usage: ${0##*/} build|desktop|test|bench|tidy ..." >&2
   exit 2
 }
 

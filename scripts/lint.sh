@@ -4,9 +4,9 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-scripts/install-packages.sh build test tidy
+scripts/install-packages.sh build desktop test tidy
 
-folders=(app base conversation launch paging platform pop3 server settings wml)
+folders=(app base conversation extras launch paging platform pop3 server settings wml)
 mapfile -t sources < <(find "${folders[@]}" tests bench -name '*.h' -o -name '*.cc' | sort)
 clang-format-19 --dry-run -Werror "${sources[@]}"
 

@@ -1,14 +1,25 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, makes the program's folder on the first run, and starts the server on this machine.
-# Usage: scripts/run.sh [more options of tarvel_wapd]
+# Installs what is missing, builds, makes the program's folder on the first run, and starts the program on this machine:
+# with its windows where there is a display, else without.
+# Usage: scripts/run.sh [more options of tarvel_wap or tarvel_wapd]
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-scripts/install-packages.sh build
-if [[ ! -f build/CMakeCache.txt ]]; then
-  cmake --preset release -DKOVA_TESTS=OFF -DKOVA_BENCH=OFF
+if [[ -n ${DISPLAY:-}${WAYLAND_DISPLAY:-} ]]; then
+  program=tarvel_wap needs=(build desktop) desktop=ON
+  hint="Closing the main window ends it."
+else
+  program=tarvel_wapd needs=(build) desktop=OFF
+  hint="Ctrl+C ends the server."
 fi
-cmake --build --preset release --target tarvel_wapd -j "$(nproc)"
+
+scripts/install-packages.sh "${needs[@]}"
+if [[ ! -f build/CMakeCache.txt ]]; then
+  cmake --preset release -DKOVA_TESTS=OFF -DKOVA_BENCH=OFF -DKOVA_DESKTOP=$desktop
+elif [[ $desktop == ON ]]; then
+  cmake --preset release -DKOVA_DESKTOP=ON
+fi
+cmake --build --preset release --target $program -j "$(nproc)"
 
 data=${XDG_DATA_HOME:-}
 [[ $data == /* ]] || data=$HOME/.local/share
@@ -20,7 +31,7 @@ cat <<TEXT
 The program's folder is $home
 Open http://127.0.0.1:8081/ with a WML browser, for example:
   wapua http://127.0.0.1:8081/      (Debian package wapua)
-Ctrl+C ends the server.
+$hint
 
 TEXT
-exec build/tarvel_wapd --home "$home" --address 127.0.0.1 --port 8081 --start "$@"
+exec build/$program --home "$home" --address 127.0.0.1 --port 8081 --start "$@"

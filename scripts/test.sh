@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-scripts/install-packages.sh build test
-cmake --preset release -DKOVA_TESTS=ON -DKOVA_BENCH=ON
+scripts/install-packages.sh build desktop test
+cmake --preset release -DKOVA_TESTS=ON -DKOVA_BENCH=ON -DKOVA_DESKTOP=ON
 cmake --build --preset release -j "$(nproc)"
 exec ctest --preset release "$@"

@@ -53,6 +53,24 @@ frmMain::frmMain(Machine machine, std::string programFolder, std::string executa
   wireFields();
   wireButtons();
   findPageDirectory();
+  arrange();
+}
+
+void frmMain::arrange() {
+  using platform::Layout;
+  setLayout(Layout::rows(
+      {Layout::rows({Layout::columns({Layout(editLocalAddress).growing(), editLocalPort, editMaxClients}),
+                     Layout::columns({Layout(editPageDirectory).growing(), Command1}),
+                     Layout::columns({Layout(txtimage).growing(), Command4}), Text1, Check1, paging_check})
+           .in(Frame1),
+       Layout::columns({cmdListen, cmdDisconnect}), Layout(txtLogError).growing(), cmdClearLog,
+       Layout::columns({pager, Command2, Command5, Command3})}));
+  setMenu("&Tools", {&mnuTrace, &mnuPicture, &mnuTelnet});
+}
+
+void frmMain::close() {
+  Window::close();
+  if (onClosed) onClosed();
 }
 
 void frmMain::findPageDirectory() {
@@ -110,6 +128,8 @@ void frmMain::wireButtons() {
   shows(Command2, showLaunch);
   shows(Command5, showPop3);
   shows(Command3, showAbout);
+  shows(mnuPicture, showPicture);
+  shows(mnuTelnet, showTelnet);
   mnuTrace.onClick = [this] {
     const platform::SocketTrace& trace = slots_.sockServer(0).trace();
     traceWindow.set({trace.enabled, trace.file, trace.level});

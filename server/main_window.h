@@ -54,6 +54,10 @@ class frmMain : public platform::Window {
   /// Start-up: fills the fields from the settings file and starts what the owner wants started.
   void load();
 
+  /// Closing this window ends the program.
+  void close() override;
+  std::function<void()> onClosed;
+
   /// The end of the program: stops listening and drops every client, so that nothing of theirs is left
   /// behind.
   void unload();
@@ -81,26 +85,31 @@ class frmMain : public platform::Window {
   platform::Button cmdListen{"cmdListen", "Start WAP Server"};
   platform::Button cmdDisconnect{"cmdDisconnect", "Disconnect"};
   platform::Button cmdClearLog{"cmdClearLog", "Clear Window"};
-  platform::LogBox txtLogError{"txtLogError", ServerLog::kBoxCharacters};
+  platform::LogBox txtLogError{"txtLogError", ServerLog::kBoxCharacters, "Log window:"};
   platform::Button pager{"pager", "&Paging server..."};
   platform::Button Command2{"Command2", "&Launch module..."};
   platform::Button Command5{"Command5", "&POP3 module..."};
   platform::Button Command3{"Command3", "&About..."};
   platform::Button mnuTrace{"mnuTrace", "Trace"};
+  platform::Button mnuPicture{"mnuPicture", "Picture..."};
+  platform::Button mnuTelnet{"mnuTelnet", "Telnet..."};
 
   frmTrace traceWindow;
 
-  // The windows behind the buttons pager, Command2, Command5 and Command3.
+  // The windows behind the buttons pager, Command2, Command5 and Command3, and behind the menu.
   std::function<void()> showPaging;
   std::function<void()> showLaunch;
   std::function<void()> showPop3;
   std::function<void()> showAbout;
+  std::function<void()> showPicture;
+  std::function<void()> showTelnet;
   /// Shows the paging window and starts paging; run at start-up when the owner wants it.
   std::function<void()> startPaging;
 
   ServerLog log;
 
  private:
+  void arrange();
   void LoadSettings();
   void findPageDirectory();
   void write(std::string_view key, const std::string& value);

@@ -14,6 +14,15 @@ frmTrace::frmTrace()
     if (onAccepted) onAccepted();
   };
   cmdCancel.onClick = [this] { close(); };
+  for (std::size_t i = 0; i < OptLevel.size(); ++i) {
+    OptLevel[i].onClick = [this, i] { chooseLevel(kLevels[i]); };
+  }
+
+  using platform::Layout;
+  setLayout(Layout::rows({Layout::rows({OptLevel[0], OptLevel[1], OptLevel[2], OptLevel[3]}).in(frameLevel),
+                          chkEnableTracing, txtTraceFile, Layout::columns({cmdOK, cmdCancel})}));
+  setKeys(&cmdOK, &cmdCancel);
+  setFixedSize();
 }
 
 TraceOptions frmTrace::TraceParams() const {

@@ -1,6 +1,7 @@
 #include "platform/posix/event_loop.h"
 
 #include <sys/timerfd.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <climits>
@@ -151,7 +152,7 @@ std::unique_ptr<EventLoop::Timer> PosixEventLoop::callAfter(milliseconds delay,
   } else {
     call->appendToQueue();
   }
-  if (timerDescriptor_ && !inRound_) armTimerDescriptor();
+  armTimerDescriptor();
   return call;
 }
 
@@ -205,7 +206,7 @@ void PosixEventLoop::callAtRoundEnd(RoundEndHandler& handler) {
   if (std::find(roundEndHandlers_.begin(), roundEndHandlers_.end(), &handler) != roundEndHandlers_.end())
     return;
   roundEndHandlers_.push_back(&handler);
-  if (timerDescriptor_ && !inRound_) armTimerDescriptor();
+  armTimerDescriptor();
 }
 
 void PosixEventLoop::cancelRoundEnd(RoundEndHandler& handler) { std::erase(roundEndHandlers_, &handler); }
@@ -243,8 +244,22 @@ int PosixEventLoop::descriptor() {
 
 void PosixEventLoop::dispatchPending() { round(0); }
 
-void PosixEventLoop::round(int timeoutMs) {
-  if (inRound_) return;  // a callback that pumps the loop would turn one thread's order upside down
+void PosixEventLoop::dispatchSlice() {
+  if (inRound_) return;
+  const SteadyTime end = steady_clock::now() + kSlice;
+  inSlice_ = true;
+  bool came = round(0);
+  while (came && roundTime_ < end) {
+    const int next = timeToNextCallMs();
+    const int linger = static_cast<int>(kLinger.count());
+    came = round(next < 0 ? linger : std::min(next, linger));
+  }
+  inSlice_ = false;
+  armTimerDescriptor();
+}
+
+bool PosixEventLoop::round(int timeoutMs) {
+  if (inRound_) return false;  // a callback that pumps the loop would turn one thread's order upside down
   inRound_ = true;
   ++roundNumber_;
   const std::uint64_t before = nextSequence_;
@@ -253,15 +268,18 @@ void PosixEventLoop::round(int timeoutMs) {
   for (int i = 0; i < count; ++i) {
     const epoll_event& event = fetched_[static_cast<std::size_t>(i)];
     if (event.data.u64 == kTimerDescriptorId) {
-      armedFor_ = SteadyTime::min();  // it has fired: set it anew, which also makes it unreadable
+      armedFor_ = SteadyTime::min();  // it has fired: it has to be set anew
+      std::uint64_t times = 0;
+      static_cast<void>(::read(timerDescriptor_.get(), &times, sizeof times) == sizeof times);
       continue;
     }
     if (const Watched* watched = this->watched(event.data.u64)) watched->handler->onDescriptor(event.events);
   }
-  runDueCalls(before);
-  endRound();
+  const bool called = runDueCalls(before);
+  const bool ended = endRound();
   inRound_ = false;
-  if (timerDescriptor_) armTimerDescriptor();
+  armTimerDescriptor();
+  return count > 0 || called || ended;
 }
 
 PosixEventLoop::Call* PosixEventLoop::nextDueCall(std::uint64_t before, SteadyTime now) const {
@@ -275,18 +293,25 @@ PosixEventLoop::Call* PosixEventLoop::nextDueCall(std::uint64_t before, SteadyTi
   return next;
 }
 
-void PosixEventLoop::runDueCalls(std::uint64_t before) {
-  if (!firstCall_ && delayedCalls_.empty()) return;
+bool PosixEventLoop::runDueCalls(std::uint64_t before) {
+  if (!firstCall_ && delayedCalls_.empty()) return false;
   const SteadyTime now = steady_clock::now();
-  while (Call* call = nextDueCall(before, now)) call->run();
+  bool any = false;
+  while (Call* call = nextDueCall(before, now)) {
+    call->run();
+    any = true;
+  }
+  return any;
 }
 
-void PosixEventLoop::endRound() {
+bool PosixEventLoop::endRound() {
+  const bool any = !roundEndHandlers_.empty();
   while (!roundEndHandlers_.empty()) {
     RoundEndHandler* handler = roundEndHandlers_.back();
     roundEndHandlers_.pop_back();
     handler->onRoundEnd();
   }
+  return any;
 }
 
 int PosixEventLoop::timeToNextCallMs() const {
@@ -300,6 +325,7 @@ int PosixEventLoop::timeToNextCallMs() const {
 }
 
 void PosixEventLoop::armTimerDescriptor() {
+  if (!timerDescriptor_ || inRound_ || inSlice_) return;
   SteadyTime due = SteadyTime::max();
   if (firstCall_ || !roundEndHandlers_.empty()) {
     due = SteadyTime() + std::chrono::nanoseconds(1);

@@ -36,7 +36,7 @@ class RoundEndHandler {
 };
 
 /// The event loop on one epoll descriptor: either run() goes round until quit(), or a toolkit's own loop
-/// waits on descriptor() and calls dispatchPending().
+/// waits on descriptor() and calls dispatchSlice().
 ///
 /// One round: poll the descriptors, call the handlers of those that can do something, run the calls that were
 /// asked for before the poll and are due, then the round-end handlers. What a callback asks for with delay
@@ -101,10 +101,16 @@ class PosixEventLoop final : public EventLoop {
   /// Goes round until `done` or until `limit` is over; quit() does not end it. True when done.
   bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit);
 
-  /// Readable when dispatchPending() has something to do. From the first call on timers count too.
+  /// Readable when there is something to dispatch. From the first call on timers count too.
   int descriptor();
   /// One round that does not wait.
   void dispatchPending();
+  /// Rounds for as long as something comes within kLinger of the last, at most for kSlice: a busy server does
+  /// not go round the toolkit's loop for every packet, and the owner never waits for long. Does nothing when
+  /// it is called from a callback of the loop.
+  void dispatchSlice();
+  static constexpr std::chrono::milliseconds kSlice{10};
+  static constexpr std::chrono::milliseconds kLinger{2};
 
   /// The time at which the present round began; cheap.
   SteadyTime roundTime() const { return roundTime_; }
@@ -124,10 +130,11 @@ class PosixEventLoop final : public EventLoop {
 
   Watched* watched(std::uint64_t id);
   void endWatch(std::uint64_t id, bool tellKernel);
-  void round(int timeoutMs);
-  void runDueCalls(std::uint64_t before);
+  /// True when anything was called.
+  bool round(int timeoutMs);
+  bool runDueCalls(std::uint64_t before);
   Call* nextDueCall(std::uint64_t before, SteadyTime now) const;
-  void endRound();
+  bool endRound();
   /// For epoll_wait: 0 when something is to be done, -1 when there is no timer.
   int timeToNextCallMs() const;
   void armTimerDescriptor();
@@ -150,6 +157,7 @@ class PosixEventLoop final : public EventLoop {
   SteadyTime roundTime_;
   std::uint64_t roundNumber_ = 0;
   bool inRound_ = false;
+  bool inSlice_ = false;  // the timer descriptor is set at its end
   bool quit_ = false;
 };
 

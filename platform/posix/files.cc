@@ -144,6 +144,21 @@ bool PosixFiles::append(const std::string& path, std::string_view bytes) {
   return file.reset() && written;
 }
 
+bool PosixFiles::replace(const std::string& path, std::string_view bytes) {
+  if (!canBeName(path)) return false;
+  constexpr mode_t kDocument = S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;  // less the umask
+  const std::string beside = path + ".kova-part";
+  // What is left of a program that was ended in here.
+  ::unlink(beside.c_str());
+  FileDescriptor file(
+      ::open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kDocument));
+  if (!file) return false;
+  const bool written = writeAll(file.get(), bytes) && ::fsync(file.get()) == 0;
+  if (file.reset() && written && ::rename(beside.c_str(), path.c_str()) == 0) return true;
+  ::unlink(beside.c_str());
+  return false;
+}
+
 bool PosixFiles::remove(const std::string& path) { return canBeName(path) && ::unlink(path.c_str()) == 0; }
 
 }  // namespace kova::platform::posix

@@ -11,6 +11,7 @@ class PosixFiles final : public Files {
   FileResult<std::unique_ptr<InputFile>> open(const std::string& path) override;
   std::unique_ptr<OutputFile> create(const std::string& path) override;
   bool append(const std::string& path, std::string_view bytes) override;
+  bool replace(const std::string& path, std::string_view bytes) override;
   bool remove(const std::string& path) override;
   char separator() const override { return '/'; }
 };

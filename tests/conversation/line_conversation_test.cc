@@ -405,5 +405,67 @@ TEST_F(WaitingLineTest, CallersThatAreNotWantedGetNoTurn) {
   EXPECT_EQ(served, (Strings{"a", "not b", "a done", "not c", "d", "d done"}));
 }
 
+TEST_F(WaitingLineTest, LentTurnGoesBackToWhoeverNeedsIt) {
+  int claims = 0;
+  std::optional<LineConversation::Turn> lent;
+  const auto lend = [&] {
+    lent.emplace(conversation.tryTurn([&] {
+      ++claims;
+      lent.reset();
+    }));
+    return static_cast<bool>(*lent);
+  };
+  // Nobody has it: it is lent once.
+  EXPECT_TRUE(lend());
+  EXPECT_FALSE(conversation.tryTurn({}));
+  // Those who do not want it any more claim nothing.
+  tasks.spawn(talk("gone", [] { return false; }));
+  loop.settle();
+  EXPECT_EQ(claims, 0);
+  for (const char* name : {"a", "b"}) tasks.spawn(talk(name));
+  loop.settle();
+  EXPECT_EQ(claims, 1);
+  // Neither while somebody talks nor while somebody waits.
+  EXPECT_FALSE(lend());
+  loop.advance(seconds(2));
+  EXPECT_FALSE(lend());
+  loop.advance(seconds(60));
+  EXPECT_EQ(served, (Strings{"not gone", "a", "a done", "b", "b done"}));
+  EXPECT_EQ(claims, 1);
+
+  // Who has given it back in time is not asked for it.
+  EXPECT_TRUE(lend());
+  tasks.spawn(talk("c"));
+  lent.reset();
+  loop.advance(seconds(60));
+  EXPECT_EQ(served.back(), "c done");
+  EXPECT_EQ(claims, 1);
+}
+
+TEST_F(LineConversationTest, WatcherHearsWhatIsSaidAndTheEndOfIt) {
+  std::string heard;
+  conversation.watcher = {[&](std::string_view text) { heard.append("> ").append(text); },
+                          [&](std::string_view bytes) { heard.append("< ").append(bytes); },
+                          [&] { heard.append("[").append(conversation.status()).append("]"); }};
+  auto talk = [&]() -> base::Task<> {
+    const auto turn = co_await conversation.turn();
+    co_await conversation.WaitForEnd();  // at once, there is none
+    heard += "begun ";
+    co_await conversation.connect("mail.test", "110");
+    conversation.SendData("QUIT\r\n");
+    co_await conversation.WaitForEnd();
+    heard += "ended ";
+  };
+  peer.greeting = "hi\n";
+  peer.answer = [&](const std::string&) {
+    peer.closesAfter = 7;
+    return "bye\n";
+  };
+  run(tasks, talk);
+  loop.advance(seconds(200));
+  EXPECT_EQ(heard, "begun [Connecting to mail.test...]> QUIT\r\n< hi\nbye\nended []");
+  EXPECT_EQ(dialogs.messages, Strings{});
+}
+
 }  // namespace
 }  // namespace kova::conversation

@@ -40,6 +40,10 @@ class FakeDialogs : public platform::Dialogs {
     filters = offered;
     answerChoice = std::move(answer);
   }
+  void chooseSaveFile(const std::string& title, const std::vector<FileFilter>& offered,
+                      std::function<void(std::string)> answer) override {
+    chooseFile(title, offered, std::move(answer));
+  }
 };
 
 }  // namespace kova::fakes

@@ -72,6 +72,12 @@ class FakeFiles final : public platform::Files {
     return true;
   }
 
+  bool replace(const std::string& path, std::string_view bytes) override {
+    if (failCreate || failClose || bytes.size() > freeBytes) return false;
+    put(path, std::string(bytes));
+    return true;
+  }
+
   bool remove(const std::string& path) override {
     removed.push_back(path);
     return !failRemove && contents_.erase(path) > 0;

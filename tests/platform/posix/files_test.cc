@@ -115,12 +115,31 @@ TEST_F(FilesTest, AppendsAndRemoves) {
   EXPECT_FALSE(files_.remove(at("log")));
 }
 
+TEST_F(FilesTest, ReplacesAWholeFileOrNothing) {
+  put("old", "as it was");
+  put("secret", "do not touch");
+  fs::create_symlink("secret", at("link"));
+  for (const char* name : {"old", "link", "fresh"}) {
+    EXPECT_TRUE(files_.replace(at(name), std::string("a\0b", 3))) << name;
+    EXPECT_EQ(std::string("a\0b", 3), content(name));
+  }
+  EXPECT_EQ("do not touch", content("secret"));
+  fs::create_directory(at("directory"));
+  EXPECT_FALSE(files_.replace(at("directory"), "x"));
+  EXPECT_FALSE(files_.replace(at("none/file"), "x"));
+  EXPECT_FALSE(files_.replace("", "x"));
+  // Nothing is left of what failed.
+  EXPECT_EQ(5, std::distance(fs::directory_iterator(directory_.path()), fs::directory_iterator()));
+}
+
 TEST_F(FilesTest, FullDiskShowsAtTheLatestInClose) {
+  put("old", "as it was");
   const pid_t child = ::fork();
   if (child == 0) {
     ::signal(SIGXFSZ, SIG_IGN);
     const rlimit limit{100, 100};
     ::setrlimit(RLIMIT_FSIZE, &limit);
+    if (files_.replace(at("old"), std::string(200, 'x'))) ::_exit(1);
     const auto file = files_.create(at("file"));
     const bool taken = file && file->write(std::string(200, 'x')) && file->close();
     ::_exit(!taken && !files_.append(at("log"), std::string(200, 'x')) ? 0 : 1);
@@ -128,6 +147,7 @@ TEST_F(FilesTest, FullDiskShowsAtTheLatestInClose) {
   int status = 0;
   ::waitpid(child, &status, 0);
   EXPECT_EQ(0, status);
+  EXPECT_EQ("as it was", content("old"));
 }
 
 TEST(PosixClock, FollowsTheWallClock) {

@@ -30,6 +30,10 @@ class HeadlessDialogs : public platform::Dialogs {
                   std::function<void(std::string)> answer) override {
     answer({});
   }
+  void chooseSaveFile(const std::string&, const std::vector<FileFilter>&,
+                      std::function<void(std::string)> answer) override {
+    answer({});
+  }
 
  private:
   std::string lastMessage_;

@@ -1,0 +1,29 @@
+#include "app/desktop/desktop.h"
+
+#include <utility>
+
+namespace kova::app {
+
+Desktop::Desktop(Program& program, platform::wx::WxDialogs& dialogs, std::function<void()> ended)
+    : picture(dialogs, pictures_, program.files()),
+      console(program.conversation()),
+      pictures_(program.files()),
+      bridge_(program.loop().descriptor(), [&program] { program.loop().dispatchSlice(); }) {
+  server::frmMain& main = program.window();
+  main.showAbout = [this] { about.open(); };
+  main.showPicture = [this] { picture.open(); };
+  main.showTelnet = [this] { console.open(); };
+
+  std::vector<platform::Window*> windows = program.windows();
+  windows.insert(windows.end(), {&about, &picture, &console});
+  for (platform::Window* window : windows) {
+    views_.push_back(std::make_unique<platform::wx::View>(*window));
+  }
+  program.onEnd = [&dialogs, ended = std::move(ended)] {
+    dialogs.end();
+    ended();
+  };
+  main.show();
+}
+
+}  // namespace kova::app

@@ -1,0 +1,88 @@
+#include "platform/wx/application.h"
+
+#include <wx/app.h>
+#include <wx/bmpbndl.h>
+#include <wx/iconbndl.h>
+#include <wx/image.h>
+#include <wx/init.h>
+#include <wx/log.h>
+
+#include <array>
+#include <clocale>
+#include <cstdlib>
+#include <memory>
+
+#include "platform/wx/icons.h"
+#include "platform/wx/owned.h"
+
+namespace kova::platform::wx {
+
+namespace {
+
+/// wxWidgets' own application object; what the program is lies outside.
+class App final : public wxApp {
+ public:
+  wxIconBundle icons;
+
+ private:
+  bool OnInit() override { return true; }
+};
+
+bool named(const char* variable) {
+  const char* value = std::getenv(variable);
+  return value && *value;
+}
+
+wxIconBundle iconsOf(const std::string& svg) {
+  const wxBitmapBundle pictures = wxBitmapBundle::FromSVG(svg.c_str(), wxSize(128, 128));
+  wxIconBundle icons;
+  for (const int size : {16, 24, 32, 48, 64, 128}) {
+    wxIcon icon;
+    icon.CopyFromBitmap(pictures.GetBitmap(wxSize(size, size)));
+    icons.AddIcon(icon);
+  }
+  return icons;
+}
+
+}  // namespace
+
+const wxIconBundle& windowIcons() { return static_cast<App*>(wxTheApp)->icons; }
+
+Application::Application(const std::string& iconSvg) {
+  if (!named("DISPLAY") && !named("WAYLAND_DISPLAY")) return;
+  // What the toolkit complains of is for whoever started it, not for a box on the screen.
+  // The log keeps it.
+  wxLog* stderrLog = owned<wxLogStderr>();
+  // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
+  const std::unique_ptr<wxLog> before(wxLog::SetActiveTarget(stderrLog));
+  wxDisableAsserts();
+  // It becomes the toolkit's, also when that cannot start.
+  auto* app = owned<App>();
+  app->SetAppName("tarvel_wap");
+  app->SetClassName("tarvel_wap");
+  wxApp::SetInstance(app);
+  int count = 1;
+  std::array<char, 11> name{"tarvel_wap"};
+  std::array<char*, 2> arguments{name.data(), nullptr};
+  if (!wxEntryStart(count, arguments.data())) return;
+  started_ = true;
+  // The toolkit speaks the owner's language; numbers and dates in files and pages do not.
+  std::setlocale(LC_NUMERIC, "C");
+  std::setlocale(LC_TIME, "C");
+  wxTheApp->SetAppDisplayName("KOVA WAP server");
+  // Frames come and go without ending the program.
+  wxTheApp->SetExitOnFrameDelete(false);
+  wxImage::AddHandler(owned<wxPNGHandler>());
+  wxImage::AddHandler(owned<wxJPEGHandler>());
+  static_cast<App*>(wxTheApp)->icons = iconsOf(iconSvg);
+}
+
+Application::~Application() {
+  if (started_) wxEntryCleanup();
+}
+
+void Application::run() { wxTheApp->OnRun(); }
+
+void Application::end() { wxTheApp->ExitMainLoop(); }
+
+}  // namespace kova::platform::wx

@@ -79,7 +79,7 @@ void frmMain::findPageDirectory() {
   pageDirectory_ = nothing ? programFolder_ + machine_.files.separator() : text;
 }
 
-void frmMain::write(std::string_view key, const std::string& value) {
+void frmMain::write(std::string_view key, const std::string& value) const {
   // What start-up shows is what the file says; it is not written back.
   if (!loading_) machine_.settings.WriteSetting(settings::kMain, key, value);
 }

@@ -112,7 +112,7 @@ class frmMain : public platform::Window {
   void arrange();
   void LoadSettings();
   void findPageDirectory();
-  void write(std::string_view key, const std::string& value);
+  void write(std::string_view key, const std::string& value) const;
   void wireFields();
   void wireButtons();
   void cmdListen_Click();

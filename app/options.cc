@@ -5,13 +5,12 @@
 
 namespace kova::app {
 
-std::optional<Options> parseOptions(std::span<const char* const> arguments, std::string& error) {
+std::optional<Options> parseOptions(const std::vector<std::string>& arguments, std::string& error) {
   Options options;
   const std::pair<std::string_view, std::optional<std::string>*> valued[] = {
-      {"--home", &options.home},
-      {"--address", &options.address},
-      {"--port", &options.port},
-      {"--max-clients", &options.maxClients},
+      {"--home", &options.home},       {"--address", &options.address},
+      {"--port", &options.port},       {"--max-clients", &options.maxClients},
+      {"--outlook", &options.outlook},
   };
   const std::pair<std::string_view, bool*> flags[] = {
       {"--start", &options.start},
@@ -49,13 +48,17 @@ std::optional<Options> parseOptions(std::span<const char* const> arguments, std:
       return std::nullopt;
     }
   }
+  if (options.outlook && *options.outlook != kOutlookFiles && *options.outlook != kOutlookRunning) {
+    error = "option --outlook is either " + std::string(kOutlookFiles) + " or " + kOutlookRunning;
+    return std::nullopt;
+  }
   return options;
 }
 
 std::string usage(const std::string& program) {
   return "usage: " + program +
-         " --home DIR [--address A] [--port N] [--max-clients N] [--start] "
-         "[--start-paging]\n"
+         " --home DIR [--address A] [--port N] [--max-clients N] \n"
+         "         [--outlook SOURCE] [--start] [--start-paging]\n"
          "\n"
          "Serves the owner's calendar, contacts, inbox, tasks and notes to WAP phones.\n"
          "\n"
@@ -64,6 +67,9 @@ std::string usage(const std::string& program) {
          "  --address A        local IP address to listen on\n"
          "  --port N           TCP port, 1 to 65535\n"
          "  --max-clients N    phones served at once, 0 to 999\n"
+         "  --outlook SOURCE   personal data: files (the folders of ordinary files), or outlook (an Outlook "
+         "on\n"
+         "                     this machine; default where there is one)\n"
          "  --start            start the WAP server\n"
          "  --start-paging     start the paging server\n"
          "  --help             show this text\n"

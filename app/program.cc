@@ -1,7 +1,7 @@
 #include "app/program.h"
 
 #include <chrono>
-#include <csignal>
+#include <filesystem>
 #include <utility>
 #include <vector>
 
@@ -16,44 +16,39 @@ namespace {
 /// How long a closing program waits for its last answers to arrive.
 constexpr std::chrono::milliseconds kLastAnswers{1000};
 
-std::vector<std::string> privatePaths(const std::string& folder,
+std::vector<std::string> privatePaths(const settings::Settings& settings,
                                       const platform::local_outlook::Folders& outlook) {
-  return {folder + "/" + std::string(settings::kSettingsFile),
-          outlook.calendar,
-          outlook.contacts,
-          outlook.tasks,
-          outlook.notes,
-          outlook.inbox};
+  return {settings.path(), outlook.calendar, outlook.contacts, outlook.tasks, outlook.notes, outlook.inbox};
 }
 
 }  // namespace
 
-Program::Program(std::string folder, std::string executable, platform::Dialogs& dialogs)
-    : folder_(std::move(folder)),
-      signals_(loop_, {SIGTERM, SIGINT, SIGUSR1}, [this](int signal) { received(signal); }),
-      sockets_(loop_),
-      connector_(loop_, sockets_),
-      settings_(folder_, profileFile_, files_.separator()),
-      conversation_(loop_, connector_, dialogs),
+Program::Program(platform::Machine& machine, Start start, std::string executable, platform::Dialogs& dialogs)
+    : machine_(machine),
+      start_(std::move(start)),
+      settings_(start_.home, machine.profileFile(), machine.files().separator()),
+      conversation_(machine.loop(), machine.connector(), dialogs),
       outlookFolders_(outlookFolders()),
       window_(
-          {loop_, sockets_, files_, clock_, dialogs, hostLookup_, settings_}, folder_, std::move(executable),
-          [this](const std::string& path) { wml::writeNoSupportDeck(files_, path); },
-          privatePaths(folder_, outlookFolders_)),
-      outlook_(outlookFolders_, [this](const std::string& text) { window_.log.LogLine(text); }),
+          {machine.loop(), machine.sockets(), machine.files(), machine.clock(), dialogs, machine.hostLookup(),
+           settings_},
+          start_.home, std::move(executable),
+          [this](const std::string& path) { wml::writeNoSupportDeck(machine_.files(), path); },
+          privatePaths(settings_, outlookFolders_)),
+      outlook_(makeOutlook()),
       host_(window_),
-      pages_(host_, files_, clock_, outlook_),
-      launchCenter_(host_, files_, settings_, processes_,
+      pages_(host_, machine.files(), machine.clock(), *outlook_),
+      launchCenter_(host_, machine.files(), settings_, machine.processes(),
                     [this](const std::string& text) { window_.log.LogLine(text); }),
-      launchWindow_(settings_, dialogs, processes_),
-      accounts_(host_, {loop_, files_, settings_, conversation_}),
+      launchWindow_(settings_, dialogs, machine.processes()),
+      accounts_(host_, {machine.loop(), machine.files(), settings_, conversation_}),
       accountsWindow_(settings_, dialogs),
-      paging_({loop_, clock_, dialogs, outlook_, screenSaver_, settings_, conversation_}) {
-  platform::posix::ignoreBrokenPipes();
-  platform::posix::raiseDescriptorLimit();
-  window_.onClosed = [this] {
+      paging_({machine.loop(), machine.clock(), dialogs, *outlook_, machine.screenSaver(), settings_,
+               conversation_}) {
+  machine.onEnd = window_.onClosed = [this] {
     if (onEnd) onEnd();
   };
+  machine.onCheckNow = [this] { paging_.openAndCheck(); };
   window_.showLaunch = [this] { launchWindow_.open(); };
   window_.showPop3 = [this] { accountsWindow_.open(); };
   window_.showPaging = [this] { paging_.open(); };
@@ -65,7 +60,7 @@ platform::local_outlook::Folders Program::outlookFolders() {
   const auto folder = [this](std::string_view key, const char* fallback) {
     std::string value = settings_.readOr(settings::kOutlook, key, {});
     if (value.empty()) value = std::string("outlook/") + fallback;
-    return value.starts_with('/') ? value : folder_ + "/" + value;
+    return (std::filesystem::path(start_.home) / value).make_preferred().string();
   };
   platform::local_outlook::Folders folders;
   folders.calendar = folder(settings::kCalendarFolder, "calendar");
@@ -76,8 +71,21 @@ platform::local_outlook::Folders Program::outlookFolders() {
   return folders;
 }
 
-void Program::load(const Options& options) {
+std::unique_ptr<platform::outlook::Automation> Program::makeOutlook() {
+  const auto log = [this](const std::string& text) { window_.log.LogLine(text); };
+  const std::string source =
+      start_.options.outlook.value_or(settings_.readOr(settings::kOutlook, settings::kOutlookSource, {}));
+  if (source != kOutlookFiles) {
+    if (auto installed = machine_.installedOutlook(log)) return installed;
+    if (source == kOutlookRunning)
+      log("There is no Outlook on this machine; the personal data is read from files.");
+  }
+  return std::make_unique<platform::local_outlook::LocalOutlook>(outlookFolders_, log);
+}
+
+void Program::load() {
   window_.load();
+  const Options& options = start_.options;
 
   // An option is the owner's typing; the fields of a listening server cannot be typed into.
   const bool typed = options.address || options.port || options.maxClients;
@@ -91,17 +99,9 @@ void Program::load(const Options& options) {
   if (options.startPaging && window_.startPaging) window_.startPaging();
 }
 
-void Program::received(int signal) {
-  if (signal == SIGUSR1) {
-    paging_.openAndCheck();
-  } else if (onEnd) {
-    onEnd();
-  }
-}
-
 void Program::unload() {
   window_.unload();
-  sockets_.finish(kLastAnswers);
+  machine_.finishSending(kLastAnswers);
 }
 
 std::vector<platform::Window*> Program::windows() {

@@ -1,31 +1,18 @@
 #include "app/start.h"
 
-#include <unistd.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <system_error>
 
-#include "platform/posix/signals.h"
+#include "platform/machine.h"
 
 namespace kova::app {
 
-namespace {
-
-/// The folder that the executable lies in.
-std::string executableFolder() {
-  std::error_code error;
-  const auto self = std::filesystem::read_symlink("/proc/self/exe", error);
-  return error ? std::string(".") : self.parent_path().string();
-}
-
-}  // namespace
-
-std::optional<Start> start(const std::string& program, std::span<char* const> arguments, int& exitCode) {
-  platform::posix::leaveNoZombies();
+std::optional<Start> start(const std::string& program, const std::vector<std::string>& arguments,
+                           int& exitCode) {
   std::string error;
-  auto options = parseOptions(arguments.subspan(arguments.empty() ? 0 : 1), error);
+  auto options = parseOptions(arguments, error);
   if (!options) {
     std::cerr << program << ": " << error << "\n" << usage(program);
     exitCode = kBadOption;
@@ -37,12 +24,12 @@ std::optional<Start> start(const std::string& program, std::span<char* const> ar
     return std::nullopt;
   }
 
-  const std::string wanted = options->home.value_or(executableFolder());
+  const std::string wanted = options->home.value_or(platform::executableFolder());
   std::error_code failure;
   const auto home = std::filesystem::canonical(wanted, failure);
-  if (failure || chdir(home.c_str()) != 0) {
-    std::cerr << program << ": cannot use " << wanted
-              << " as the program's folder: " << (failure ? failure.message() : "no right to enter it")
+  if (!failure) std::filesystem::current_path(home, failure);
+  if (failure) {
+    std::cerr << program << ": cannot use " << wanted << " as the program's folder: " << failure.message()
               << "\n";
     exitCode = kCannotStart;
     return std::nullopt;

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <optional>
-#include <span>
 #include <string>
+#include <vector>
 
 #include "app/options.h"
 
@@ -18,7 +18,8 @@ struct Start {
 };
 
 /// What a program does first. Empty when it is to end at once with `exitCode`: the user has been told what
-/// he wanted to know, or what is wrong. `program` is its name for him, `arguments` what main() was given.
-std::optional<Start> start(const std::string& program, std::span<char* const> arguments, int& exitCode);
+/// he wanted to know, or what is wrong. `program` is its name for him.
+std::optional<Start> start(const std::string& program, const std::vector<std::string>& arguments,
+                           int& exitCode);
 
 }  // namespace kova::app

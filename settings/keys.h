@@ -44,7 +44,9 @@ inline constexpr std::string_view kTo = "To";
 inline constexpr std::string_view kSubject = "Subject";
 inline constexpr std::string_view kSmtpServer = "SMTP_Server";
 
-// Outlook: where the personal data lies on a machine without Outlook
+// Outlook: where the personal data is
+inline constexpr std::string_view kOutlookSource = "Outlook_Source";  ///< "files" or "outlook"
+// ... and the folders of ordinary files
 inline constexpr std::string_view kCalendarFolder = "Calendar_Folder";
 inline constexpr std::string_view kContactsFolder = "Contacts_Folder";
 inline constexpr std::string_view kTasksFolder = "Tasks_Folder";

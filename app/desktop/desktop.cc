@@ -5,10 +5,10 @@
 namespace kova::app {
 
 Desktop::Desktop(Program& program, platform::wx::WxDialogs& dialogs, std::function<void()> ended)
-    : picture(dialogs, pictures_, program.files()),
+    : picture(dialogs, pictures_, program.machine().files()),
       console(program.conversation()),
-      pictures_(program.files()),
-      bridge_(program.loop().descriptor(), [&program] { program.loop().dispatchSlice(); }) {
+      pictures_(program.machine().files()),
+      bridge_(program.machine().pumpedLoop()) {
   server::frmMain& main = program.window();
   main.showAbout = [this] { about.open(); };
   main.showPicture = [this] { picture.open(); };

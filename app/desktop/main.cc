@@ -6,16 +6,18 @@
 #include "app/desktop/desktop.h"
 #include "app/desktop/icon_svg.h"
 #include "app/start.h"
+#include "platform/machine.h"
 #include "platform/wx/application.h"
 
 int main(int argc, char** argv) {
   int exitCode = EXIT_SUCCESS;
-  const auto start = kova::app::start("tarvel_wap", {argv, static_cast<std::size_t>(argc)}, exitCode);
+  const auto start = kova::app::start("tarvel_wap", kova::platform::programArguments(argc, argv), exitCode);
   if (!start) return exitCode;
 
-  kova::platform::wx::WxDialogs dialogs;
   // Before the window system: its threads must not take the signals that end the program.
-  kova::app::Program program(start->home, "tarvel_wap", dialogs);
+  const auto machine = kova::platform::makeMachine();
+  kova::platform::wx::WxDialogs dialogs;
+  kova::app::Program program(*machine, *start, "tarvel_wap", dialogs);
   kova::platform::wx::Application application(kova::app::iconSvg());
   if (!application.started()) {
     std::cerr
@@ -25,7 +27,7 @@ int main(int argc, char** argv) {
   }
   {
     kova::app::Desktop desktop(program, dialogs, [&application] { application.end(); });
-    program.load(start->options);
+    program.load();
     application.run();
   }
   program.unload();

@@ -1,6 +1,6 @@
 #include "app/headless/headless.h"
 
-#include <unistd.h>
+#include <utility>
 
 namespace kova::app {
 
@@ -13,15 +13,15 @@ constexpr std::chrono::milliseconds kOutputRetry{100};
 
 }  // namespace
 
-Headless::Headless(const std::string& folder)
-    : output_(STDOUT_FILENO), program_(folder, "tarvel_wapd", dialogs_) {
+Headless::Headless(platform::Machine& machine, Start start)
+    : output_(machine.standardOutput()), program_(machine, std::move(start), "tarvel_wapd", dialogs_) {
   server::ServerLog& log = program_.window().log;
   log.onLine = [this](std::string_view line) { printLine(line); };
   dialogs_.log = [&log](const std::string& text) { log.LogLine(text); };
   // Nobody sees the status line here.
   platform::Label& status = program_.paging().Labelstat;
   status.onShown = [&log, &status] { log.LogLine(status.text()); };
-  program_.onEnd = [this] { program_.loop().quit(); };
+  program_.onEnd = [this] { program_.machine().pumpedLoop().quit(); };
 }
 
 void Headless::printLine(std::string_view line) {
@@ -31,19 +31,19 @@ void Headless::printLine(std::string_view line) {
 
 void Headless::writeOutputIn(std::chrono::milliseconds delay) {
   if (outputTimer_) return;
-  outputTimer_ = program_.loop().callAfter(delay, [this] {
+  outputTimer_ = program_.machine().loop().callAfter(delay, [this] {
     outputTimer_.reset();
     if (!output_.flush()) writeOutputIn(kOutputRetry);
   });
 }
 
-void Headless::load(const Options& options) {
-  program_.load(options);
+void Headless::load() {
+  program_.load();
   output_.flush();
 }
 
 void Headless::run() {
-  program_.loop().run();
+  program_.machine().pumpedLoop().run();
   program_.unload();
   output_.flush();
 }

@@ -6,9 +6,7 @@
 #include <string_view>
 
 #include "app/headless/dialogs.h"
-#include "app/options.h"
 #include "app/program.h"
-#include "platform/posix/line_output.h"
 
 namespace kova::app {
 
@@ -17,15 +15,15 @@ namespace kova::app {
 class Headless final {
  public:
   /// As of Program.
-  explicit Headless(const std::string& folder);
+  Headless(platform::Machine& machine, Start start);
 
-  void load(const Options& options);
+  void load();
 
   bool listening() { return program_.window().listening(); }
   /// Text of the last message box.
   const std::string& lastMessage() const { return dialogs_.lastMessage(); }
 
-  /// Serves until SIGTERM or SIGINT, then ends in order.
+  /// Serves until the machine tells it to end, then ends in order.
   void run();
 
  private:
@@ -34,7 +32,7 @@ class Headless final {
   void writeOutputIn(std::chrono::milliseconds delay);
 
   HeadlessDialogs dialogs_;
-  platform::posix::LineOutput output_;
+  platform::LineOutput& output_;
   Program program_;
   std::unique_ptr<platform::EventLoop::Timer> outputTimer_;
 };

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/event_loop.h"
+#include "platform/machine.h"
 #include "platform/posix/file_descriptor.h"
 
 namespace kova::platform::posix {
@@ -41,7 +42,7 @@ class RoundEndHandler {
 /// One round: poll the descriptors, call the handlers of those that can do something, run the calls that were
 /// asked for before the poll and are due, then the round-end handlers. What a callback asks for with delay
 /// zero runs in a later round, so callbacks that ask for each other starve no descriptor.
-class PosixEventLoop final : public EventLoop {
+class PosixEventLoop final : public EventLoop, public PumpedLoop {
  public:
   using SteadyTime = std::chrono::steady_clock::time_point;
 
@@ -94,21 +95,19 @@ class PosixEventLoop final : public EventLoop {
   void callAtRoundEnd(RoundEndHandler& handler);
   void cancelRoundEnd(RoundEndHandler& handler);
 
-  /// Goes round until quit().
-  void run();
-  /// Ends the run() that is under way after the present round, or else the next one at its start.
-  void quit() { quit_ = true; }
+  void run() override;
+  void quit() override { quit_ = true; }
   /// Goes round until `done` or until `limit` is over; quit() does not end it. True when done.
   bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit);
 
-  /// Readable when there is something to dispatch. From the first call on timers count too.
-  int descriptor();
+  /// From the first call on timers count too.
+  int descriptor() override;
   /// One round that does not wait.
   void dispatchPending();
   /// Rounds for as long as something comes within kLinger of the last, at most for kSlice: a busy server does
   /// not go round the toolkit's loop for every packet, and the owner never waits for long. Does nothing when
   /// it is called from a callback of the loop.
-  void dispatchSlice();
+  void dispatchSlice() override;
   static constexpr std::chrono::milliseconds kSlice{10};
   static constexpr std::chrono::milliseconds kLinger{2};
 

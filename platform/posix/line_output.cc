@@ -12,7 +12,7 @@
 
 namespace kova::platform::posix {
 
-LineOutput::LineOutput(int descriptor) : descriptor_(descriptor) {
+PosixLineOutput::PosixLineOutput(int descriptor) : descriptor_(descriptor) {
   struct stat status{};
   if (::fstat(descriptor, &status) != 0) return;
   if (S_ISFIFO(status.st_mode) || ::isatty(descriptor) == 1) {
@@ -23,7 +23,7 @@ LineOutput::LineOutput(int descriptor) : descriptor_(descriptor) {
 }
 
 /// As write(), but never waits: EAGAIN when there is no room.
-long LineOutput::writeOnce(std::string_view bytes) const {
+long PosixLineOutput::writeOnce(std::string_view bytes) const {
   if (!polled_) return ::write(own_ ? own_.get() : descriptor_, bytes.data(), bytes.size());
   const long sent = ::send(descriptor_, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
   if (sent >= 0 || errno != ENOTSOCK) return sent;
@@ -36,7 +36,7 @@ long LineOutput::writeOnce(std::string_view bytes) const {
   return ::write(descriptor_, bytes.data(), std::min<std::size_t>(bytes.size(), PIPE_BUF));
 }
 
-bool LineOutput::flush() {
+bool PosixLineOutput::flush() {
   std::size_t done = 0;
   while (done < kept_.size()) {
     const long written = writeOnce(std::string_view(kept_).substr(done));
@@ -54,7 +54,7 @@ bool LineOutput::flush() {
   return kept_.empty();
 }
 
-void LineOutput::giveUpOldest() {
+void PosixLineOutput::giveUpOldest() {
   if (kept_.size() <= kMaxKeptBytes) return;
   // A line that was written in part is finished first.
   const std::size_t begun = midLine_ ? kept_.find('\n') + 1 : 0;

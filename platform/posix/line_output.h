@@ -4,25 +4,23 @@
 #include <string>
 #include <string_view>
 
+#include "platform/line_output.h"
 #include "platform/posix/file_descriptor.h"
 
 namespace kova::platform::posix {
 
-/// Lines for a descriptor such as standard output, gathered and written in few calls. A reader that does not
-/// keep up never holds the program: what he leaves behind is kept up to a limit, then the oldest lines are
-/// given up.
-class LineOutput {
+/// Lines for a descriptor such as standard output.
+class PosixLineOutput final : public LineOutput {
  public:
   static constexpr std::size_t kMaxKeptBytes = 1 << 20;
 
   /// The descriptor stays the caller's.
-  explicit LineOutput(int descriptor);
+  explicit PosixLineOutput(int descriptor);
 
-  void add(std::string_view line) { kept_ += line; }
+  void add(std::string_view line) override { kept_ += line; }
   bool empty() const { return kept_.empty(); }
 
-  /// Writes what the descriptor takes now. True when nothing is left.
-  bool flush();
+  bool flush() override;
 
  private:
   long writeOnce(std::string_view bytes) const;

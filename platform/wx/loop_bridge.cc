@@ -1,10 +1,14 @@
 #include "platform/wx/loop_bridge.h"
 
-#include <glib-unix.h>
+#include <wx/defs.h>
 
-#include <utility>
+#ifdef __WXGTK__
+#include <glib-unix.h>
+#endif
 
 namespace kova::platform::wx {
+
+#ifdef __WXGTK__
 
 namespace {
 
@@ -12,23 +16,34 @@ namespace {
 /// of one priority take turns.
 constexpr int kPriority = G_PRIORITY_DEFAULT_IDLE;
 
+gboolean ready(gint, GIOCondition, gpointer loop) {
+  static_cast<PumpedLoop*>(loop)->dispatchSlice();
+  return G_SOURCE_CONTINUE;
+}
+
 }  // namespace
 
 struct LoopBridge::Source {
-  std::function<void()> dispatch;
-  guint id = 0;
+  explicit Source(PumpedLoop& loop)
+      : id(g_unix_fd_add_full(kPriority, loop.descriptor(), G_IO_IN, &ready, &loop, nullptr)) {}
+  Source(const Source&) = delete;
+  Source& operator=(const Source&) = delete;
+  ~Source() { g_source_remove(id); }
 
-  static gboolean ready(gint, GIOCondition, gpointer data) {
-    static_cast<Source*>(data)->dispatch();
-    return G_SOURCE_CONTINUE;
-  }
+  guint id;
 };
 
-LoopBridge::LoopBridge(int descriptor, std::function<void()> dispatch)
-    : source_(std::make_unique<Source>(Source{std::move(dispatch)})) {
-  source_->id = g_unix_fd_add_full(kPriority, descriptor, G_IO_IN, &Source::ready, source_.get(), nullptr);
-}
+#else
 
-LoopBridge::~LoopBridge() { g_source_remove(source_->id); }
+/// The toolkit fetches the window messages of the whole thread, and with them ours.
+struct LoopBridge::Source {
+  explicit Source(PumpedLoop&) {}
+};
+
+#endif
+
+LoopBridge::LoopBridge(PumpedLoop& loop) : source_(std::make_unique<Source>(loop)) {}
+
+LoopBridge::~LoopBridge() = default;
 
 }  // namespace kova::platform::wx

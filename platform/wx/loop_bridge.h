@@ -1,17 +1,17 @@
 #pragma once
 
-#include <functional>
 #include <memory>
+
+#include "platform/machine.h"
 
 namespace kova::platform::wx {
 
-/// Has the toolkit's loop watch the descriptor of another one, from construction to destruction, in message
-/// boxes too.
+/// Has the toolkit's loop pump ours, from construction to destruction, in message boxes too. However much
+/// there is to do, the owner's keys and the painting come first.
 class LoopBridge {
  public:
-  /// `dispatch` handles what is pending when `descriptor` is readable; it must not run a loop of its own.
-  /// However often the descriptor is readable, the owner's keys and the painting come first.
-  LoopBridge(int descriptor, std::function<void()> dispatch);
+  /// The loop must outlive the bridge.
+  explicit LoopBridge(PumpedLoop& loop);
   LoopBridge(const LoopBridge&) = delete;
   LoopBridge& operator=(const LoopBridge&) = delete;
   ~LoopBridge();

@@ -49,7 +49,7 @@ Ends makeTerminal() {
 std::string line(int number) { return "line " + std::to_string(number) + std::string(50, '.') + "\r\n"; }
 
 /// Reads until `output` has nothing left.
-std::string readAll(const Ends& ends, LineOutput& output) {
+std::string readAll(const Ends& ends, PosixLineOutput& output) {
   ::fcntl(ends.reader.get(), F_SETFL, O_NONBLOCK);
   std::string all;
   std::array<char, 65536> piece{};
@@ -69,7 +69,7 @@ TEST(LineOutput, ReaderWhoFallsBehindHoldsNobodyAndLosesWholeLinesOnly) {
   for (const auto& [kind, make] : kinds) {
     const Ends ends = make();
     const int flags = ::fcntl(ends.writer.get(), F_GETFL);
-    LineOutput output(ends.writer.get());
+    PosixLineOutput output(ends.writer.get());
     for (int i = 0; i < kLines; ++i) {
       output.add(line(i));
       if (i % 100 == 0) output.flush();
@@ -96,7 +96,7 @@ TEST(LineOutput, ReaderWhoFallsBehindHoldsNobodyAndLosesWholeLinesOnly) {
 
 TEST(LineOutput, NobodyReads) {
   Ends ends = makePipe();
-  LineOutput output(ends.writer.get());
+  PosixLineOutput output(ends.writer.get());
   ends.reader.reset();
   ::signal(SIGPIPE, SIG_IGN);
   output.add(line(1));

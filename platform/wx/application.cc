@@ -7,6 +7,7 @@
 #include <wx/init.h>
 #include <wx/log.h>
 
+#include <algorithm>
 #include <array>
 #include <clocale>
 #include <cstdlib>
@@ -28,9 +29,16 @@ class App final : public wxApp {
   bool OnInit() override { return true; }
 };
 
-bool named(const char* variable) {
-  const char* value = std::getenv(variable);
-  return value && *value;
+/// Where the toolkit itself ends the program when there is no display, this is asked before.
+bool displayNamed() {
+#ifdef __WXGTK__
+  return std::ranges::any_of(std::array{"DISPLAY", "WAYLAND_DISPLAY"}, [](const char* variable) {
+    const char* value = std::getenv(variable);
+    return value && *value;
+  });
+#else
+  return true;
+#endif
 }
 
 wxIconBundle iconsOf(const std::string& svg) {
@@ -49,7 +57,7 @@ wxIconBundle iconsOf(const std::string& svg) {
 const wxIconBundle& windowIcons() { return static_cast<App*>(wxTheApp)->icons; }
 
 Application::Application(const std::string& iconSvg) {
-  if (!named("DISPLAY") && !named("WAYLAND_DISPLAY")) return;
+  if (!displayNamed()) return;
   // What the toolkit complains of is for whoever started it, not for a box on the screen.
   // The log keeps it.
   wxLog* stderrLog = owned<wxLogStderr>();

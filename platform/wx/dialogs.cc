@@ -1,6 +1,5 @@
 #include "platform/wx/dialogs.h"
 
-#include <glib-object.h>
 #include <wx/app.h>
 #include <wx/dirdlg.h>
 #include <wx/filedlg.h>
@@ -12,6 +11,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/wx/native_box.h"
 #include "platform/wx/text.h"
 
 namespace kova::platform::wx {
@@ -51,12 +51,6 @@ wxString wildcard(const std::vector<Dialogs::FileFilter>& filters) {
   return text;
 }
 
-/// A native message box runs a loop of its own, which ends with its answer.
-void answerNatively(const wxMessageDialog& dialog) {
-  constexpr int kCancel = -6;  // GTK_RESPONSE_CANCEL
-  if (dialog.GetHandle()) g_signal_emit_by_name(dialog.GetHandle(), "response", kCancel);
-}
-
 /// ".jpg" of "*.jpg;*.jpeg"; empty when the pattern names no extension.
 std::string extensionOf(const std::string& pattern) {
   const std::string first = pattern.substr(0, pattern.find(';'));
@@ -94,7 +88,7 @@ void WxDialogs::end() {
 
 int WxDialogs::showMessage(const std::string& text, const std::string& title, long style) {
   wxMessageDialog dialog(parentWindow(), toWx(text), toWx(title), style);
-  takeAway_ = [&dialog] { answerNatively(dialog); };
+  takeAway_ = [&dialog] { answerNativeBox(dialog); };
   const int answer = dialog.ShowModal();
   takeAway_ = nullptr;
   return answer;
@@ -120,7 +114,7 @@ void WxDialogs::askYesNo(const std::string& text, MessageIcon icon, const std::s
 void WxDialogs::chooseFolder(const std::string& prompt, std::function<void(std::string)> answer) {
   later({[this, prompt, answer = std::move(answer)] {
            wxDirDialog dialog(parentWindow(), toWx(prompt));
-           takeAway_ = [&dialog] { dialog.EndModal(wxID_CANCEL); };
+           takeAway_ = [&dialog] { endNativeChooser(dialog); };
            const bool chosen = dialog.ShowModal() == wxID_OK;
            takeAway_ = nullptr;
            if (!ended_) answer(chosen ? toUtf8(dialog.GetPath()) : std::string());
@@ -131,7 +125,7 @@ void WxDialogs::chooseFolder(const std::string& prompt, std::function<void(std::
 std::string WxDialogs::showFileDialog(const std::string& title, const std::vector<FileFilter>& filters,
                                       long style) {
   wxFileDialog dialog(parentWindow(), toWx(title), {}, {}, wildcard(filters), style);
-  takeAway_ = [&dialog] { dialog.EndModal(wxID_CANCEL); };
+  takeAway_ = [&dialog] { endNativeChooser(dialog); };
   const bool chosen = dialog.ShowModal() == wxID_OK;
   takeAway_ = nullptr;
   if (!chosen || ended_) return {};

@@ -52,6 +52,7 @@ DesktopTest::~DesktopTest() {
     if (program_) program_->unload();
     program_.reset();
     dialogs_.reset();
+    machine_.reset();
   });
   std::filesystem::remove_all(home_);
 }
@@ -60,9 +61,10 @@ void DesktopTest::start(const std::string& settings) {
   if (!settings.empty()) std::ofstream(home_ + "/tarvel_wap.ini") << settings;
   onWindows([this] {
     dialogs_ = std::make_unique<platform::wx::WxDialogs>();
-    program_ = std::make_unique<app::Program>(home_, "tarvel_wap", *dialogs_);
+    machine_ = platform::makeMachine();
+    program_ = std::make_unique<app::Program>(*machine_, app::Start{{}, home_}, "tarvel_wap", *dialogs_);
     desktop_ = std::make_unique<app::Desktop>(*program_, *dialogs_, [this] { ended_ = true; });
-    program_->load({});
+    program_->load();
   });
   ASSERT_TRUE(comes([] { return opened("frmMain"); }));
 }

@@ -16,6 +16,7 @@
 
 #include "app/desktop/desktop.h"
 #include "app/program.h"
+#include "platform/machine.h"
 #include "platform/wx/dialogs.h"
 
 namespace kova::desktop {
@@ -69,6 +70,7 @@ class DesktopTest : public ::testing::Test {
   std::string setting(const std::string& section, const std::string& key) const;
 
   std::string home_;
+  std::unique_ptr<platform::Machine> machine_;
   std::unique_ptr<platform::wx::WxDialogs> dialogs_;
   std::unique_ptr<app::Program> program_;
   std::unique_ptr<app::Desktop> desktop_;

@@ -79,7 +79,7 @@ TEST_F(Pictures, OfEveryWindow) {
   ASSERT_TRUE(comes([] { return opened("frmMain"); }));
   onWindows([this] {
     desktop_->picture.picPreview.setImage(
-        *platform::wx::WxPictures(program_->files()).load(home_ + "/pages/kova.png"));
+        *platform::wx::WxPictures(machine_->files()).load(home_ + "/pages/kova.png"));
   });
   see("alt+t Down Return", "frmPicture");
   onWindows([this] { program_->window().pager.click(); });

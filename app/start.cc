@@ -11,6 +11,7 @@ namespace kova::app {
 
 std::optional<Start> start(const std::string& program, const std::vector<std::string>& arguments,
                            int& exitCode) {
+  platform::prepareProcess();
   std::string error;
   auto options = parseOptions(arguments, error);
   if (!options) {

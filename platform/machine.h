@@ -70,6 +70,9 @@ class Machine {
   std::function<void()> onCheckNow;
 };
 
+/// What a program does to its process once, before anything else.
+void prepareProcess();
+
 /// The machine of the system that this program was built for.
 std::unique_ptr<Machine> makeMachine();
 

@@ -12,7 +12,6 @@ namespace posix {
 PosixMachine::PosixMachine()
     : signals_(loop_, {SIGTERM, SIGINT, SIGUSR1}, [this](int signal) { received(signal); }) {
   ignoreBrokenPipes();
-  leaveNoZombies();
   raiseDescriptorLimit();
 }
 
@@ -22,6 +21,8 @@ void PosixMachine::received(int signal) {
 }
 
 }  // namespace posix
+
+void prepareProcess() { posix::leaveNoZombies(); }
 
 std::unique_ptr<Machine> makeMachine() { return std::make_unique<posix::PosixMachine>(); }
 

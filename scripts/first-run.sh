@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
 # Lays out a program folder with the sample pages, sample personal data and settings. What is there already stays.
-# Usage: scripts/first-run.sh DIR
+# Usage: scripts/first-run.sh DIR [windows]
+# With "windows" the folder is one to be carried to a Windows PC, wherever it comes to lie there.
 set -euo pipefail
 
-[[ $# -eq 1 && -n $1 ]] || { echo "usage: ${0##*/} DIR" >&2; exit 2; }
+[[ ($# -eq 1 || ($# -eq 2 && $2 == windows)) && -n $1 ]] || { echo "usage: ${0##*/} DIR [windows]" >&2; exit 2; }
+system=${2:-linux}
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 umask 077
 mkdir -p "$1"
@@ -34,6 +36,9 @@ deliver() {
 make_inbox() {
   local inbox=$home/outlook/inbox part=$home/outlook/inbox.part mail hours=0
   [[ ! -e $inbox ]] || return 0
+  # A file name of Windows holds no colon.
+  local flags=":"
+  [[ $system != windows ]] || flags=";"
   rm -rf "$part"
   mkdir -p "$part/cur" "$part/new" "$part/tmp"
   for mail in "$root"/sample/inbox/new/*.eml; do
@@ -42,7 +47,7 @@ make_inbox() {
   done
   for mail in "$root"/sample/inbox/read/*.eml; do
     hours=$((hours + 20))
-    deliver "$mail" "$part/cur/$(basename "$mail" .eml).sample:2,S" "$hours"
+    deliver "$mail" "$part/cur/$(basename "$mail" .eml).sample${flags}2,S" "$hours"
   done
   mv "$part" "$inbox"
 }
@@ -53,10 +58,19 @@ for folder in calendar contacts tasks notes; do
   copy "$root/sample/$folder" "outlook/$folder"
 done
 make_inbox
-copy "$root/sample/commands" commands
 
-printf '%s\r\n' "[Main]" "WAP_Directory=$home/pages/" "image=$home/pages/kova.png" "Local_Port=8081" \
-  "Auto_Start=0" "Auto_Start_Paging=0" \
-  "CMD_Title_0=Write the time" "CMD_Command_0=commands/write-time.sh" \
-  "CMD_Title_1=Write a word" "CMD_Command_1=commands/write-word.sh" "CMD_PIN_1=1234" >"$settings.part"
+case $system in
+  windows)
+    lines=("WAP_Directory=pages\\"
+      "CMD_Title_0=Open the notepad" "CMD_Command_0=notepad.exe"
+      "CMD_Title_1=Open a file with the notepad" "CMD_Command_1=notepad.exe" "CMD_PIN_1=1234")
+    ;;
+  *)
+    copy "$root/sample/commands" commands
+    lines=("WAP_Directory=$home/pages/" "image=$home/pages/kova.png"
+      "CMD_Title_0=Write the time" "CMD_Command_0=commands/write-time.sh"
+      "CMD_Title_1=Write a word" "CMD_Command_1=commands/write-word.sh" "CMD_PIN_1=1234")
+    ;;
+esac
+printf '%s\r\n' "[Main]" "Local_Port=8081" "Auto_Start=0" "Auto_Start_Paging=0" "${lines[@]}" >"$settings.part"
 mv "$settings.part" "$settings"

@@ -1,0 +1,13 @@
+#!/usr/bin/env bash
+# Builds the programs for Windows on a Debian machine, and a zip to hand out. Installs what is missing; the libraries
+# are built once and kept outside the checkout (scripts/windows-libraries.sh).
+# Usage: scripts/build-windows.sh [more options of cmake, for example -DKOVA_TESTS=ON]
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+scripts/install-packages.sh build windows
+KOVA_WINDOWS_PREFIX=$(scripts/windows-libraries.sh | tail -n 1)
+export KOVA_WINDOWS_PREFIX
+cmake --preset windows -DKOVA_TESTS=OFF "$@"
+cmake --build --preset windows -j "$(nproc)"
+scripts/windows-zip.sh "$KOVA_WINDOWS_PREFIX"

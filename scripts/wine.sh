@@ -1,0 +1,11 @@
+#!/usr/bin/env bash
+# Runs a Windows program under Wine, in a Wine prefix that belongs to this build (or in WINEPREFIX).
+# Usage: scripts/wine.sh PROGRAM.exe [ARGUMENT...]
+set -euo pipefail
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+export WINEPREFIX=${WINEPREFIX:-$root/build-windows/wine-prefix}
+export WINEDEBUG=${WINEDEBUG:--all}
+# Neither Mono nor Gecko is offered, and no menu of whoever runs this is touched.
+export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d"
+exec wine "$@"

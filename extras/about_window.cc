@@ -3,7 +3,7 @@
 namespace kova::extras {
 
 frmAbout::frmAbout(const std::string& version)
-    : Window("frmAbout", "About..."), lblVersion("lblVersion", "Version " + version) {
+    : Window("frmAbout", "About KOVA WAP server"), lblVersion("lblVersion", "Version " + version) {
   cmdClose.onClick = [this] { close(); };
   setLayout(platform::Layout::rows({lblName, lblVersion, lblPurpose, lblLicence, cmdClose}));
   setKeys(&cmdClose, &cmdClose);

@@ -13,7 +13,7 @@ class frmAbout : public platform::Window {
   /// `version` as it is shown: "1.7".
   explicit frmAbout(const std::string& version);
 
-  void open() { show(true); }
+  void open() { show(); }
 
   platform::Label lblName{"lblName", "KOVA WAP server"};
   platform::Label lblVersion;

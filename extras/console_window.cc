@@ -109,11 +109,15 @@ void formtelnet::setState(State state) {
   state_ = state;
   const bool idle = state == State::kIdle;
   const bool connected = state == State::kConnected;
+  // A field that is closed to the owner does not keep his keys.
+  const bool fieldCloses =
+      idle ? editLine.focused() || cmdSend.focused() : editHost.focused() || editPort.focused();
   cmdConnect.setCaption(idle ? "Co&nnect" : "Disco&nnect");
   editHost.setEnabled(idle);
   editPort.setEnabled(idle);
   editLine.setEnabled(connected);
   cmdSend.setEnabled(connected);
+  if (fieldCloses) (idle ? static_cast<platform::Control&>(editHost) : cmdConnect).focus();
   setKeys(connected ? &cmdSend : idle ? &cmdConnect : nullptr, &cmdClose);
 }
 

@@ -66,7 +66,7 @@ base::Task<> frmPicture::cmdOpen_Click() {
     dialogs_.chooseFile(
         "Open picture",
         {{"Pictures (*.jpg, *.jpeg, *.bmp, *.png)", "*.jpg;*.jpeg;*.bmp;*.png"}, {"All files (*)", "*"}},
-        std::move(answer));
+        file_, std::move(answer));
   });
   const std::string file = co_await question;
   if (file.empty()) co_return;
@@ -76,6 +76,7 @@ base::Task<> frmPicture::cmdOpen_Click() {
     co_return;
   }
   original_ = std::move(*picture);
+  file_ = file;
   lblFile.setText(fileName(file) + " (" + std::to_string(original_.width) + " x " +
                   std::to_string(original_.height) + ")");
   cmdSave.setEnabled(true);

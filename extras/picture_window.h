@@ -53,6 +53,7 @@ class frmPicture : public platform::Window {
   platform::Dialogs& dialogs_;
   platform::Pictures& pictures_;
   platform::Files& files_;
+  std::string file_;  // where the next chooser begins
   platform::Image original_;
   platform::Image stretched_;
   int width_ = kWidth;

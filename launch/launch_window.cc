@@ -28,7 +28,7 @@ frmlaunch::frmlaunch(const settings::Settings& settings, platform::Dialogs& dial
   std::vector<Layout> cells;
   for (std::size_t row = 0; row < kRows; ++row) {
     cells.push_back(Layout(btitle[row]).growing());
-    cells.push_back(Layout(bcommand[row]).growing());
+    cells.push_back(Layout(bcommand[row]).growing(2));
     cells.emplace_back(bpin[row]);
   }
   setLayout(Layout::rows({Layout::table({"Title", "Command", "PIN"}, std::move(cells)), Command1}));

@@ -82,7 +82,8 @@ void Form2::wireControls() {
     if (base::isDateOrTime(Combo1.text())) write(settings::kDailyMailTime, Combo1.text());
   };
   Combo1.onLeave = [this] {
-    if (base::isDateOrTime(Combo1.text())) return;
+    // What start-up found is not the owner's mistake: the Tab key may pass "blank".
+    if (base::isDateOrTime(Combo1.text()) || Combo1.text() == Combo1.items().front()) return;
     machine_.dialogs.message("Invalid time format.", platform::MessageIcon::kExclamation, title());
     Combo1.focus();
   };

@@ -80,10 +80,6 @@ class Form2 : public platform::Window, private Host {
   platform::Button cmdchecknow{"cmdchecknow", "Check &Now"};
   platform::Button Command1{"Command1", "&Quit"};
 
-  /// The outer size of the window in twips. It cannot be resized.
-  static constexpr int kOuterWidth = 7950;
-  static constexpr int kOuterHeight = 5565;
-
  private:
   static constexpr std::string_view kStopped = "Stopped";
   static constexpr std::string_view kStartCaption = "&Start Timer";

@@ -24,10 +24,12 @@ class Dialogs {
   // Questions. `answer` is called once, later from the event loop or before the call returns.
   virtual void askYesNo(const std::string& text, MessageIcon icon, const std::string& title,
                         std::function<void(bool)> answer) = 0;
-  /// The answer is empty when the owner chose nothing.
-  virtual void chooseFolder(const std::string& prompt, std::function<void(std::string)> answer) = 0;
+  /// The answer is empty when the owner chose nothing. He begins at `present`, the folder or file that is
+  /// chosen so far, where there is such a one.
+  virtual void chooseFolder(const std::string& prompt, const std::string& present,
+                            std::function<void(std::string)> answer) = 0;
   virtual void chooseFile(const std::string& title, const std::vector<FileFilter>& filters,
-                          std::function<void(std::string)> answer) = 0;
+                          const std::string& present, std::function<void(std::string)> answer) = 0;
   /// For a file to be written; the owner has been asked whether one that is there may be replaced. A name
   /// without an extension gets that of the filter that he has chosen.
   virtual void chooseSaveFile(const std::string& title, const std::vector<FileFilter>& filters,

@@ -35,9 +35,9 @@ class Layout {
     frame_ = &frame;
     return std::move(*this);
   }
-  /// Gets the room that the window has to spare.
-  Layout growing() && {
-    grows_ = true;
+  /// Gets the room that the window has to spare. In a table, a column of a larger share is that much wider.
+  Layout growing(int share = 1) && {
+    share_ = share;
     return std::move(*this);
   }
 
@@ -49,7 +49,8 @@ class Layout {
   const std::vector<std::string>& headings() const { return headings_; }
   /// Null when there is none.
   Frame* frame() const { return frame_; }
-  bool grows() const { return grows_; }
+  bool grows() const { return share_ > 0; }
+  int share() const { return share_; }
 
  private:
   Layout(Kind kind, std::vector<Layout> parts) : kind_(kind), parts_(std::move(parts)) {}
@@ -59,7 +60,7 @@ class Layout {
   std::vector<Layout> parts_;
   std::vector<std::string> headings_;
   Frame* frame_ = nullptr;
-  bool grows_ = false;
+  int share_ = 0;
 };
 
 }  // namespace kova::platform

@@ -94,6 +94,7 @@ void frmMain::wireFields() {
     findPageDirectory();
     write(settings::kWapDirectory, editPageDirectory.text());
   };
+  writes(txtimage, settings::kImage);
   writes(Text1, settings::kPinCode);
 
   const auto writesCheck = [this](platform::CheckBox& box, std::string_view key) {
@@ -213,7 +214,7 @@ void frmMain::RefreshServerState() {
 }
 
 void frmMain::warn(const std::string& text) {
-  machine_.dialogs.message(text, platform::MessageIcon::kExclamation, title());
+  machine_.dialogs.message(text, platform::MessageIcon::kExclamation, std::string(kBaseTitle));
 }
 
 void frmMain::cmdListen_Click() {
@@ -274,7 +275,7 @@ void frmMain::explainListenFailure(int error) {
 base::Task<> frmMain::cmdDisconnect_Click() {
   base::Answer<bool> question([this](std::function<void(bool)> answer) {
     machine_.dialogs.askYesNo("Are you sure you want to disconnect all clients?",
-                              platform::MessageIcon::kQuestion, title(), std::move(answer));
+                              platform::MessageIcon::kQuestion, std::string(kBaseTitle), std::move(answer));
   });
   const bool yes = co_await question;
   if (!yes) co_return;
@@ -283,7 +284,8 @@ base::Task<> frmMain::cmdDisconnect_Click() {
 
 base::Task<> frmMain::chooseDirectory() {
   base::Answer<std::string> question([this](std::function<void(std::string)> answer) {
-    machine_.dialogs.chooseFolder("Please select WAP Server home folder.", std::move(answer));
+    machine_.dialogs.chooseFolder("Please select WAP Server home folder.", editPageDirectory.text(),
+                                  std::move(answer));
   });
   const std::string folder = co_await question;
   if (!folder.empty()) editPageDirectory.setText(folder);
@@ -295,7 +297,7 @@ base::Task<> frmMain::chooseImage() {
     machine_.dialogs.chooseFile(
         "Select File",
         {{"Jpeg Files (*.jpg)", "*.jpg"}, {"BMP Files (*.bmp)", "*.bmp"}, {"BMP Files (*.png)", "*.png"}},
-        std::move(answer));
+        txtimage.text(), std::move(answer));
   });
   const std::string file = co_await question;
   if (!file.empty()) txtimage.setText(file);

@@ -26,4 +26,9 @@ Desktop::Desktop(Program& program, platform::wx::WxDialogs& dialogs, std::functi
   main.show();
 }
 
+Desktop::~Desktop() {
+  // The main window last: others float on it.
+  while (!views_.empty()) views_.pop_back();
+}
+
 }  // namespace kova::app

@@ -22,6 +22,10 @@ class Desktop final {
   /// this. `ended` is called when the window system's loop is to be left.
   Desktop(Program& program, platform::wx::WxDialogs& dialogs, std::function<void()> ended);
 
+  Desktop(const Desktop&) = delete;
+  Desktop& operator=(const Desktop&) = delete;
+  ~Desktop();
+
   extras::frmAbout about{KOVA_VERSION};
   extras::frmPicture picture;
   extras::formtelnet console;

@@ -25,8 +25,11 @@ class HeadlessDialogs : public platform::Dialogs {
     if (log) log(text + " No");
     answer(false);
   }
-  void chooseFolder(const std::string&, std::function<void(std::string)> answer) override { answer({}); }
-  void chooseFile(const std::string&, const std::vector<FileFilter>&,
+  void chooseFolder(const std::string&, const std::string&,
+                    std::function<void(std::string)> answer) override {
+    answer({});
+  }
+  void chooseFile(const std::string&, const std::vector<FileFilter>&, const std::string&,
                   std::function<void(std::string)> answer) override {
     answer({});
   }

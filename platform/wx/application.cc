@@ -2,6 +2,7 @@
 
 #include <wx/app.h>
 #include <wx/bmpbndl.h>
+#include <wx/evtloop.h>
 #include <wx/iconbndl.h>
 #include <wx/image.h>
 #include <wx/init.h>
@@ -91,6 +92,9 @@ Application::~Application() {
 
 void Application::run() { wxTheApp->OnRun(); }
 
-void Application::end() { wxTheApp->ExitMainLoop(); }
+void Application::end() {
+  // A box that stands has a loop of its own, and the main one is not under way until that returns.
+  if (wxEventLoopBase* loop = wxTheApp->GetMainLoop()) loop->ScheduleExit();
+}
 
 }  // namespace kova::platform::wx

@@ -5,7 +5,6 @@
 #include <wx/filedlg.h>
 #include <wx/filefn.h>
 #include <wx/filename.h>
-#include <wx/msgdlg.h>
 #include <wx/toplevel.h>
 
 #include <algorithm>
@@ -34,19 +33,14 @@ long iconStyle(MessageIcon icon) {
   return wxICON_NONE;
 }
 
-/// The window that the owner works in; without one, a box stands alone.
-wxWindow* parentWindow() {
-  wxWindow* window = wxGetActiveWindow();
-  if (window) window = wxGetTopLevelParent(window);
-  if (!window) window = wxTheApp->GetTopWindow();
-  return window && window->IsShown() ? window : nullptr;
-}
-
 wxString wildcard(const std::vector<Dialogs::FileFilter>& filters) {
   wxString text;
   for (const Dialogs::FileFilter& filter : filters) {
     if (!text.empty()) text += "|";
-    text += toWx(filter.label) + "|" + toWx(filter.pattern);
+    // A camera writes "IMG_1.JPG".
+    const wxString pattern = toWx(filter.pattern);
+    text += toWx(filter.label) + "|" + pattern;
+    if (pattern != pattern.Upper()) text += ";" + pattern.Upper();
   }
   return text;
 }
@@ -57,10 +51,32 @@ std::string extensionOf(const std::string& pattern) {
   return first.starts_with("*.") ? first.substr(1) : std::string();
 }
 
+/// The filter that shows this file; the first one when none does.
+int filterOf(const wxFileName& file, const std::vector<Dialogs::FileFilter>& filters) {
+  for (std::size_t i = 0; i < filters.size(); ++i) {
+    const wxString patterns = toWx(filters[i].pattern);
+    if (file.HasExt() && (";" + patterns + ";").Contains(";*." + file.GetExt().Lower() + ";")) {
+      return static_cast<int>(i);
+    }
+  }
+  return 0;
+}
+
 }  // namespace
 
 WxDialogs::WxDialogs() : events_(std::make_unique<wxEvtHandler>()) {}
 WxDialogs::~WxDialogs() = default;
+
+wxWindow* WxDialogs::parentWindow() {
+  wxWindow* active = wxGetActiveWindow();
+  if (active) active = wxGetTopLevelParent(active);
+  if (active && active->IsShown()) {
+    parent_ = active;
+  } else if (!wxTopLevelWindows.Find(parent_) || !parent_->IsShown()) {
+    parent_ = wxTheApp->GetTopWindow();
+  }
+  return parent_ && parent_->IsShown() ? parent_ : nullptr;
+}
 
 void WxDialogs::later(Box box) {
   if (ended_) return;
@@ -87,8 +103,8 @@ void WxDialogs::end() {
 }
 
 int WxDialogs::showMessage(const std::string& text, const std::string& title, long style) {
-  wxMessageDialog dialog(parentWindow(), toWx(text), toWx(title), style);
-  takeAway_ = [&dialog] { answerNativeBox(dialog); };
+  MessageBox dialog(parentWindow(), toWx(text), toWx(title), style);
+  takeAway_ = [&dialog] { takeBoxAway(dialog); };
   const int answer = dialog.ShowModal();
   takeAway_ = nullptr;
   return answer;
@@ -111,10 +127,12 @@ void WxDialogs::askYesNo(const std::string& text, MessageIcon icon, const std::s
          text});
 }
 
-void WxDialogs::chooseFolder(const std::string& prompt, std::function<void(std::string)> answer) {
-  later({[this, prompt, answer = std::move(answer)] {
-           wxDirDialog dialog(parentWindow(), toWx(prompt));
-           takeAway_ = [&dialog] { endNativeChooser(dialog); };
+void WxDialogs::chooseFolder(const std::string& prompt, const std::string& present,
+                             std::function<void(std::string)> answer) {
+  later({[this, prompt, present, answer = std::move(answer)] {
+           const wxString begin = wxDirExists(toWx(present)) ? toWx(present) : wxString();
+           wxDirDialog dialog(parentWindow(), toWx(prompt), begin);
+           takeAway_ = [&dialog] { takeBoxAway(dialog); };
            const bool chosen = dialog.ShowModal() == wxID_OK;
            takeAway_ = nullptr;
            if (!ended_) answer(chosen ? toUtf8(dialog.GetPath()) : std::string());
@@ -123,9 +141,13 @@ void WxDialogs::chooseFolder(const std::string& prompt, std::function<void(std::
 }
 
 std::string WxDialogs::showFileDialog(const std::string& title, const std::vector<FileFilter>& filters,
-                                      long style) {
-  wxFileDialog dialog(parentWindow(), toWx(title), {}, {}, wildcard(filters), style);
-  takeAway_ = [&dialog] { endNativeChooser(dialog); };
+                                      const std::string& present, long style) {
+  const wxFileName begin(toWx(present));
+  const bool there = begin.FileExists();
+  wxFileDialog dialog(parentWindow(), toWx(title), there ? begin.GetPath() : wxString(),
+                      there ? begin.GetFullName() : wxString(), wildcard(filters), style);
+  dialog.SetFilterIndex(filterOf(begin, filters));
+  takeAway_ = [&dialog] { takeBoxAway(dialog); };
   const bool chosen = dialog.ShowModal() == wxID_OK;
   takeAway_ = nullptr;
   if (!chosen || ended_) return {};
@@ -142,9 +164,9 @@ std::string WxDialogs::showFileDialog(const std::string& title, const std::vecto
 }
 
 void WxDialogs::chooseFile(const std::string& title, const std::vector<FileFilter>& filters,
-                           std::function<void(std::string)> answer) {
-  later({[this, title, filters, answer = std::move(answer)] {
-           std::string file = showFileDialog(title, filters, wxFD_OPEN | wxFD_FILE_MUST_EXIST);
+                           const std::string& present, std::function<void(std::string)> answer) {
+  later({[this, title, filters, present, answer = std::move(answer)] {
+           std::string file = showFileDialog(title, filters, present, wxFD_OPEN | wxFD_FILE_MUST_EXIST);
            if (!ended_) answer(std::move(file));
          },
          {}});
@@ -153,7 +175,7 @@ void WxDialogs::chooseFile(const std::string& title, const std::vector<FileFilte
 void WxDialogs::chooseSaveFile(const std::string& title, const std::vector<FileFilter>& filters,
                                std::function<void(std::string)> answer) {
   later({[this, title, filters, answer = std::move(answer)] {
-           std::string file = showFileDialog(title, filters, wxFD_SAVE | wxFD_OVERWRITE_PROMPT);
+           std::string file = showFileDialog(title, filters, {}, wxFD_SAVE | wxFD_OVERWRITE_PROMPT);
            if (!ended_) answer(std::move(file));
          },
          {}});

@@ -28,9 +28,10 @@ class WxDialogs final : public Dialogs {
   void message(const std::string& text, MessageIcon icon, const std::string& title) override;
   void askYesNo(const std::string& text, MessageIcon icon, const std::string& title,
                 std::function<void(bool)> answer) override;
-  void chooseFolder(const std::string& prompt, std::function<void(std::string)> answer) override;
+  void chooseFolder(const std::string& prompt, const std::string& present,
+                    std::function<void(std::string)> answer) override;
   void chooseFile(const std::string& title, const std::vector<FileFilter>& filters,
-                  std::function<void(std::string)> answer) override;
+                  const std::string& present, std::function<void(std::string)> answer) override;
   void chooseSaveFile(const std::string& title, const std::vector<FileFilter>& filters,
                       std::function<void(std::string)> answer) override;
 
@@ -52,12 +53,16 @@ class WxDialogs final : public Dialogs {
   void later(Box box);
   void showNext();
   int showMessage(const std::string& text, const std::string& title, long style);
-  std::string showFileDialog(const std::string& title, const std::vector<FileFilter>& filters, long style);
+  std::string showFileDialog(const std::string& title, const std::vector<FileFilter>& filters,
+                             const std::string& present, long style);
+  /// The window that the owner works in, or has worked in last; without one, a box stands alone.
+  wxWindow* parentWindow();
 
   std::unique_ptr<wxEvtHandler> events_;
   std::deque<Box> waiting_;
   std::string standing_;
   std::function<void()> takeAway_;  // while a box stands
+  wxWindow* parent_ = nullptr;      // of the last box; it may be gone
   bool busy_ = false;
   bool ended_ = false;
 };

@@ -24,6 +24,7 @@ LogView::LogView(LogBox& box, ControlHost& host, wxWindow* parent)
       box_(box),
       native_(new wxTextCtrl(parent, wxID_ANY, {}, wxDefaultPosition, parent->FromDIP(wxSize(480, 160)),
                              wxTE_MULTILINE | wxTE_READONLY, wxDefaultValidator, toWx(box.name()))) {
+  native_->SetMargins(wxPoint(parent->FromDIP(4), parent->FromDIP(2)));
   adopt(native_);
 }
 

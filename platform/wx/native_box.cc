@@ -1,10 +1,6 @@
 #include "platform/wx/native_box.h"
 
-#include <wx/msgdlg.h>
-
-#ifdef __WXGTK__
-#include <glib-object.h>
-#else
+#ifndef __WXGTK__
 #include <wx/msw/wrapcctl.h>
 #include <wx/msw/wrapwin.h>
 
@@ -15,12 +11,7 @@ namespace kova::platform::wx {
 
 #ifdef __WXGTK__
 
-void answerNativeBox(const wxMessageDialogBase& box) {
-  constexpr int kCancel = -6;  // GTK_RESPONSE_CANCEL
-  if (box.GetHandle()) g_signal_emit_by_name(box.GetHandle(), "response", kCancel);
-}
-
-void endNativeChooser(wxDialog& chooser) { chooser.EndModal(wxID_CANCEL); }
+void takeBoxAway(wxDialog& box) { box.EndModal(wxID_CANCEL); }
 
 #else
 
@@ -39,13 +30,9 @@ BOOL CALLBACK answer(HWND window, LPARAM) {
   return TRUE;
 }
 
-void answerBoxes() { ::EnumThreadWindows(::GetCurrentThreadId(), &answer, 0); }
-
 }  // namespace
 
-void answerNativeBox(const wxMessageDialogBase&) { answerBoxes(); }
-
-void endNativeChooser(wxDialog&) { answerBoxes(); }
+void takeBoxAway(wxDialog&) { ::EnumThreadWindows(::GetCurrentThreadId(), &answer, 0); }
 
 #endif
 

@@ -3,6 +3,7 @@
 #include <wx/dcclient.h>
 #include <wx/graphics.h>
 #include <wx/panel.h>
+#include <wx/settings.h>
 
 #include <algorithm>
 #include <memory>
@@ -37,8 +38,15 @@ void PictureView::paint() {
   const double scale = std::min({1.0, room.x / width, room.y / height});
   const std::unique_ptr<wxGraphicsContext> context(wxGraphicsContext::Create(dc));
   if (!context) return;
-  context->DrawBitmap(bitmap_, (room.x - width * scale) / 2, (room.y - height * scale) / 2, width * scale,
-                      height * scale);
+  const double left = (room.x - width * scale) / 2;
+  const double top = (room.y - height * scale) / 2;
+  context->DrawBitmap(bitmap_, left, top, width * scale, height * scale);
+  // A white picture has an edge as well.
+  context->SetPen(wxPen(wxSystemSettings::GetColour(wxSYS_COLOUR_GRAYTEXT)));
+  context->StrokeLine(left - 1, top - 1, left + width * scale, top - 1);
+  context->StrokeLine(left - 1, top + height * scale, left + width * scale, top + height * scale);
+  context->StrokeLine(left - 1, top - 1, left - 1, top + height * scale);
+  context->StrokeLine(left + width * scale, top - 1, left + width * scale, top + height * scale);
 }
 
 }  // namespace kova::platform::wx

@@ -3,6 +3,7 @@
 #include <wx/accel.h>
 #include <wx/app.h>
 #include <wx/button.h>
+#include <wx/dialog.h>
 #include <wx/frame.h>
 #include <wx/menu.h>
 #include <wx/panel.h>
@@ -22,6 +23,18 @@
 #include "platform/wx/window_layout.h"
 
 namespace kova::platform::wx {
+
+namespace {
+
+/// A box that holds up the window in front of which it is not seen would look like a dead program.
+void raiseStandingBox() {
+  for (wxWindow* each : wxTopLevelWindows) {
+    auto* box = dynamic_cast<wxDialog*>(each);
+    if (box && box->IsModal() && box->IsShown()) box->Raise();
+  }
+}
+
+}  // namespace
 
 /// The native window, from its first showing on.
 class View::Native final : private ControlHost {
@@ -78,9 +91,12 @@ class View::Native final : private ControlHost {
 View::Native::Native(Window& window)
     : window_(window),
       frame_(std::make_unique<wxFrame>(
-          nullptr, wxID_ANY, toWx(window.title()), wxDefaultPosition, wxDefaultSize,
-          window.resizable() ? wxDEFAULT_FRAME_STYLE
-                             : wxDEFAULT_FRAME_STYLE & ~(wxRESIZE_BORDER | wxMAXIMIZE_BOX),
+          window.modal() ? wxTheApp->GetTopWindow() : nullptr, wxID_ANY, toWx(window.title()),
+          wxDefaultPosition, wxDefaultSize,
+          (window.resizable() ? wxDEFAULT_FRAME_STYLE
+                              : wxDEFAULT_FRAME_STYLE & ~(wxRESIZE_BORDER | wxMAXIMIZE_BOX)) |
+              // What keeps the owner from the other windows must not lie behind them.
+              (window.modal() ? wxFRAME_FLOAT_ON_PARENT | wxFRAME_NO_TASKBAR : 0),
           toWx(window.name()))),
       panel_(new wxPanel(frame_.get())) {
   frame_->SetIcons(windowIcons());
@@ -145,6 +161,10 @@ void View::Native::wire() {
   frame_->Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent& event) {
     event.Veto();
     window_.close();
+  });
+  frame_->Bind(wxEVT_ACTIVATE, [](wxActivateEvent& event) {
+    event.Skip();
+    if (event.GetActive()) raiseStandingBox();
   });
   frame_->Bind(wxEVT_CHAR_HOOK, [this](wxKeyEvent& event) { onKey(event); });
   refreshTimer_.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { refresh(); });
@@ -220,6 +240,7 @@ void View::Native::follow() {
     return;
   }
   refresh();
+  if (window_.modal()) frame_->CentreOnParent();
   frame_->Show();
   frame_->Raise();
   if (window_.modal()) modal_ = std::make_unique<wxWindowDisabler>(frame_.get());
@@ -233,6 +254,15 @@ void View::Native::hide() {
   if (ControlView* left = std::exchange(current_, nullptr)) {
     left->focusWent();
     left->control().leave();
+  }
+  // A window that is not there has no focus, even where its logic has just wanted it back.
+  current_ = wanted_ = nullptr;
+  for (const auto& view : views_) {
+    Control& control = view->control();
+    if (!control.focused()) continue;
+    auto onLeave = std::exchange(control.onLeave, nullptr);
+    control.leave();
+    control.onLeave = std::move(onLeave);
   }
 }
 

@@ -16,7 +16,7 @@ constexpr int kGap = 8;
 constexpr int kSmallGap = 6;
 constexpr int kEdge = 12;
 constexpr int kFieldWidth = 240;
-constexpr int kCellWidth = 170;
+constexpr int kCellWidth = 150;
 
 template <typename T>
 bool is(const Control& control) {
@@ -149,9 +149,10 @@ wxSizer* WindowLayout::table(const Layout& layout, wxWindow* parent) {
   }
   for (std::size_t i = 0; i < layout.parts().size(); ++i) {
     const Layout& cell = layout.parts()[i];
-    if (i < width && cell.grows()) grid->AddGrowableCol(i, 1);
-    const Placed placed = cell.control() && cell.grows() ? Placed{makeWide(cell, parent, kCellWidth), nullptr}
-                                                         : place(cell, parent);
+    if (i < width && cell.grows()) grid->AddGrowableCol(i, cell.share());
+    const Placed placed = cell.control() && cell.grows()
+                              ? Placed{makeWide(cell, parent, kCellWidth * cell.share()), nullptr}
+                              : place(cell, parent);
     const wxSizerFlags flags = wxSizerFlags().Expand();
     placed.sizer ? grid->Add(placed.sizer, flags) : grid->Add(placed.window, flags);
   }

@@ -27,6 +27,12 @@ std::string output(const std::string& command) {
   return text;
 }
 
+/// Whether keys go to a box or a chooser.
+bool dialogIsActive() {
+  return output("xprop -id $(xdotool getactivewindow 2>/dev/null) _NET_WM_WINDOW_TYPE 2>/dev/null")
+             .find("_DIALOG") != std::string::npos;
+}
+
 sockaddr_in loopback(int port) {
   sockaddr_in address{};
   address.sin_family = AF_INET;
@@ -150,12 +156,18 @@ void DesktopTest::answer(const std::string& text, const std::string& keys) {
   ASSERT_TRUE(comes([&] { return box() == text; }))
       << "expected: " << text << "\nthere is: " << onWindows([this] { return box(); });
   // Keys go to it once the window manager says so.
-  ASSERT_TRUE(comes([] {
-    return output("xprop -id $(xdotool getactivewindow 2>/dev/null) _NET_WM_WINDOW_TYPE 2>/dev/null")
-               .find("_DIALOG") != std::string::npos;
-  }));
+  ASSERT_TRUE(comes([] { return dialogIsActive(); }));
   key(keys);
   ASSERT_TRUE(comes([&] { return box() != text; })) << text;
+}
+
+void DesktopTest::chooseFile(const std::string& file) {
+  ASSERT_TRUE(comes([] { return dialogIsActive(); }));
+  key("ctrl+l");
+  key("ctrl+a");
+  type(file);
+  key("Return");
+  ASSERT_TRUE(comes([] { return !dialogIsActive(); })) << file;
 }
 
 std::string DesktopTest::setting(const std::string& section, const std::string& key) const {

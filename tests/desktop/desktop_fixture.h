@@ -66,6 +66,9 @@ class DesktopTest : public ::testing::Test {
   /// Waits for the box with this text and answers it by a key.
   void answer(const std::string& text, const std::string& keys = "Return");
 
+  /// Waits for the system's file chooser and types the name of a file there.
+  static void chooseFile(const std::string& file);
+
   /// As the settings file has it now.
   std::string setting(const std::string& section, const std::string& key) const;
 

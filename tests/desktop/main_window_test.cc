@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -86,7 +87,6 @@ TEST_F(MainWindow, EveryFieldWritesItsKeyAtOnce) {
 TEST_F(MainWindow, WrongFieldsAreNamedAndGetTheFocus) {
   startWithPages();
   const BusyPort busy;
-  const std::string detected = onWindows([this] { return program_->window().editLocalAddress.text(); });
   const struct {
     const char* field;
     std::string wrong;
@@ -188,6 +188,15 @@ TEST_F(MainWindow, PhoneIsServedWhileABoxStands) {
     EXPECT_NE(std::string::npos, phone.rest().find("Good morning"));
   }
   EXPECT_FALSE(onWindows([this] { return box(); }).empty());
+}
+
+TEST_F(MainWindow, ImageIsChosen) {
+  std::ofstream(home_ + "/ME.JPG") << "a camera's name";
+  start();
+  click("frmMain", "Command4");
+  chooseFile(home_ + "/ME.JPG");
+  EXPECT_TRUE(comes([this] { return textOf("frmMain", "txtimage") == home_ + "/ME.JPG"; }));
+  EXPECT_EQ(home_ + "/ME.JPG", setting("Main", "image"));
 }
 
 TEST_F(MainWindow, TabGoesFromTopToBottom) {

@@ -17,6 +17,7 @@ class FakeDialogs : public platform::Dialogs {
   std::string lastTitle;                                          ///< of the last message
   std::string question;
   std::vector<FileFilter> filters;
+  std::string present;  ///< where the last chooser begins
   std::function<void(bool)> answerYesNo;
   std::function<void(std::string)> answerChoice;
 
@@ -30,19 +31,22 @@ class FakeDialogs : public platform::Dialogs {
     question = text;
     answerYesNo = std::move(answer);
   }
-  void chooseFolder(const std::string& prompt, std::function<void(std::string)> answer) override {
+  void chooseFolder(const std::string& prompt, const std::string& begin,
+                    std::function<void(std::string)> answer) override {
     question = prompt;
+    present = begin;
     answerChoice = std::move(answer);
   }
-  void chooseFile(const std::string& title, const std::vector<FileFilter>& offered,
+  void chooseFile(const std::string& title, const std::vector<FileFilter>& offered, const std::string& begin,
                   std::function<void(std::string)> answer) override {
     question = title;
+    present = begin;
     filters = offered;
     answerChoice = std::move(answer);
   }
   void chooseSaveFile(const std::string& title, const std::vector<FileFilter>& offered,
                       std::function<void(std::string)> answer) override {
-    chooseFile(title, offered, std::move(answer));
+    chooseFile(title, offered, {}, std::move(answer));
   }
 };
 

@@ -46,6 +46,9 @@ TEST_F(PagingWindowTest, WithoutSettings) {
   EXPECT_EQ(form.txtto.text(), "blank");
   EXPECT_EQ(form.list1.text(), "blank");
   EXPECT_EQ(form.Combo1.text(), "blank");
+  form.Combo1.focus();
+  form.Combo1.leave();
+  EXPECT_TRUE(dialogs.messages.empty()) << "the Tab key passes what the owner has not touched";
   EXPECT_EQ(form.Check1.value(), 0);
   EXPECT_TRUE(form.mail_format[1].chosen());
   form.Command2.click();

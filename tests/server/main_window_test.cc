@@ -94,6 +94,7 @@ TEST_F(ServerTest, Choosers) {
   window->load();
   window->Command1.click();
   EXPECT_EQ(dialogs.question, "Please select WAP Server home folder.");
+  EXPECT_EQ(dialogs.present, "/home/kova/pages/") << "the owner begins where he is";
   dialogs.answerChoice("");
   EXPECT_EQ(window->editPageDirectory.text(), "/home/kova/pages/");
   window->Command1.click();

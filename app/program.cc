@@ -1,11 +1,11 @@
 #include "app/program.h"
 
 #include <chrono>
-#include <filesystem>
 #include <utility>
 #include <vector>
 
 #include "app/routes.h"
+#include "base/path.h"
 #include "settings/keys.h"
 #include "wml/nosupport.h"
 
@@ -60,7 +60,7 @@ platform::local_outlook::Folders Program::outlookFolders() {
   const auto folder = [this](std::string_view key, const char* fallback) {
     std::string value = settings_.readOr(settings::kOutlook, key, {});
     if (value.empty()) value = std::string("outlook/") + fallback;
-    return (std::filesystem::path(start_.home) / value).make_preferred().string();
+    return base::fromPath((base::toPath(start_.home) / base::toPath(value)).make_preferred());
   };
   platform::local_outlook::Folders folders;
   folders.calendar = folder(settings::kCalendarFolder, "calendar");

@@ -5,6 +5,7 @@
 #include <iostream>
 #include <system_error>
 
+#include "base/path.h"
 #include "platform/machine.h"
 
 namespace kova::app {
@@ -27,7 +28,7 @@ std::optional<Start> start(const std::string& program, const std::vector<std::st
 
   const std::string wanted = options->home.value_or(platform::executableFolder());
   std::error_code failure;
-  const auto home = std::filesystem::canonical(wanted, failure);
+  const auto home = std::filesystem::canonical(base::toPath(wanted), failure);
   if (!failure) std::filesystem::current_path(home, failure);
   if (failure) {
     std::cerr << program << ": cannot use " << wanted << " as the program's folder: " << failure.message()
@@ -35,7 +36,7 @@ std::optional<Start> start(const std::string& program, const std::vector<std::st
     exitCode = kCannotStart;
     return std::nullopt;
   }
-  return Start{*std::move(options), home.string()};
+  return Start{*std::move(options), base::fromPath(home)};
 }
 
 }  // namespace kova::app

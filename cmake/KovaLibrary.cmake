@@ -17,13 +17,28 @@ function(kova_use target scope)
   endforeach()
 endfunction()
 
-# kova_library(FOLDER [USES folders...] [LIBRARIES targets...])
+# What a folder needs of the system lies in its sub-folder of that name.
+if(WIN32)
+  set(KOVA_SYSTEM windows)
+else()
+  set(KOVA_SYSTEM posix)
+endif()
+
+# kova_library(FOLDER [BY_SYSTEM] [USES folders...] [LIBRARIES targets...])
+# BY_SYSTEM: the folder's own posix/ or windows/ belongs to it.
 function(kova_library folder)
-  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "USES;LIBRARIES")
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "BY_SYSTEM" "" "USES;LIBRARIES")
   kova_target_name(${folder} target)
   file(GLOB headers CONFIGURE_DEPENDS RELATIVE ${CMAKE_SOURCE_DIR} "${CMAKE_SOURCE_DIR}/${folder}/*.h")
   file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/${folder}/*.cc")
   list(FILTER sources EXCLUDE REGEX "/main\\.cc$")
+  if(ARG_BY_SYSTEM)
+    set(own "${CMAKE_SOURCE_DIR}/${folder}/${KOVA_SYSTEM}")
+    file(GLOB own_headers CONFIGURE_DEPENDS RELATIVE ${CMAKE_SOURCE_DIR} "${own}/*.h")
+    file(GLOB own_sources CONFIGURE_DEPENDS "${own}/*.cc")
+    list(APPEND headers ${own_headers})
+    list(APPEND sources ${own_sources})
+  endif()
 
   set(include_dir "${CMAKE_BINARY_DIR}/include/${target}")
   file(REMOVE_RECURSE "${include_dir}")
@@ -65,6 +80,41 @@ function(kova_embed target header name file)
 
 // Made of @file@.
 inline constexpr const char* @name@ = R\"embedded(@text@)embedded\";
+")
+  target_include_directories(${target} PRIVATE "${CMAKE_BINARY_DIR}/embedded")
+endfunction()
+
+# kova_zone_table(TARGET HEADER NAMESPACE): a header with libical's own time zones, for a program that cannot look them
+# up in the system: rows of a zone's name and its VTIMEZONE.
+function(kova_zone_table target header namespace)
+  set(folder "${ICAL_PREFIX}/share/libical/zoneinfo")
+  file(GLOB_RECURSE zones RELATIVE "${folder}" "${folder}/*.ics")
+  if(NOT zones)
+    message(FATAL_ERROR "There are no time zones in ${folder}: libical has to be built with USE_BUILTIN_TZDATA=ON.")
+  endif()
+  set(rows "")
+  foreach(zone IN LISTS zones)
+    file(READ "${folder}/${zone}" text)
+    string(REGEX REPLACE "\r|(LAST-MODIFIED|X-LIC-LOCATION|TZNAME):[^\n]*\n" "" text "${text}")
+    string(REGEX MATCH "BEGIN:VTIMEZONE.*END:VTIMEZONE\n" text "${text}")
+    string(REGEX REPLACE "\\.ics$" "" name "${zone}")
+    string(REPLACE "\n" "\\n" text "${text}")
+    string(APPEND rows "    {\"${name}\", \"${text}\"},\n")
+  endforeach()
+  file(CONFIGURE OUTPUT "${CMAKE_BINARY_DIR}/embedded/${header}" @ONLY CONTENT
+"#pragma once
+
+#include <string_view>
+#include <utility>
+
+// Made of @folder@.
+namespace @namespace@ {
+
+using ZoneRow = std::pair<std::string_view, const char*>;
+inline constexpr ZoneRow kZoneTable[] = {
+@rows@};
+
+}  // namespace @namespace@
 ")
   target_include_directories(${target} PRIVATE "${CMAKE_BINARY_DIR}/embedded")
 endfunction()

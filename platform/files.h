@@ -72,6 +72,17 @@ class Files {
 
   virtual bool remove(const std::string& path) = 0;
 
+  /// The one name of a file or folder: absolute, with links, "." and ".." resolved as far as the path exists,
+  /// without a separator at its end, and without what the system makes no difference of (case, short names).
+  /// Equal bytes for two paths of the same thing; not for opening or showing it.
+  virtual std::string canonical(const std::string& path) const = 0;
+
+  /// A path that a stranger asks for below a folder, in the form of canonical(), links not resolved: its parts
+  /// without the empty ones and "." between single separators, none in front. Empty when the system may take
+  /// it for something else than the file of just this name below the folder: "..", a NUL, and where there is
+  /// such a thing a drive, a device, a stream of a file, a short name, a name whose end is dropped.
+  virtual std::optional<std::string> nameBelow(std::string_view path) const = 0;
+
   /// What stands between the names of a path: "/" or "\".
   virtual char separator() const = 0;
 };

@@ -1,9 +1,9 @@
 #include "server/main_window.h"
 
-#include <filesystem>
 #include <optional>
 
 #include "base/number.h"
+#include "base/path.h"
 #include "base/text.h"
 #include "base/wait.h"
 #include "platform/socket.h"
@@ -75,7 +75,7 @@ void frmMain::close() {
 
 void frmMain::findPageDirectory() {
   const std::string& text = editPageDirectory.text();
-  const bool nothing = std::filesystem::path(text).lexically_normal().relative_path().empty();
+  const bool nothing = base::toPath(text).lexically_normal().relative_path().empty();
   pageDirectory_ = nothing ? programFolder_ + machine_.files.separator() : text;
 }
 

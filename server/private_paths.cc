@@ -1,59 +1,48 @@
 #include "server/private_paths.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <system_error>
 
 namespace kova::server {
 
-namespace {
-
-namespace fs = std::filesystem;
-
-/// Absolute, with links, "." and ".." resolved as far as the path exists, and without a separator at its end.
-std::string resolved(const fs::path& path) {
-  std::error_code error;
-  fs::path full = fs::weakly_canonical(fs::absolute(path, error), error);
-  if (error) full = path.lexically_normal();
-  if (!full.has_filename() && full.has_relative_path()) full = full.parent_path();
-  return full.string();
-}
-
-/// True when `path` is `folder` or lies in it.
-bool within(const std::string& path, const std::string& folder) {
-  if (!path.starts_with(folder)) return false;
-  return path.size() == folder.size() || folder.ends_with(fs::path::preferred_separator) ||
-         path[folder.size()] == fs::path::preferred_separator;
-}
-
-}  // namespace
-
-PrivatePaths::PrivatePaths(const std::vector<std::string>& paths) {
-  for (const fs::path path : paths) {
-    const std::string target = resolved(path);
+PrivatePaths::PrivatePaths(const platform::Files& files, const std::vector<std::string>& paths)
+    : files_(files) {
+  const char separators[] = {'/', files.separator(), '\0'};
+  const std::string beside = files.nameBelow(".new").value_or("");
+  for (const std::string& path : paths) {
+    std::vector<std::string> names = {files.canonical(path)};
     // A link is private under its own name as well.
-    const std::string name =
-        resolved(path.parent_path()) + fs::path::preferred_separator + path.filename().string();
-    for (const std::string& each : {target, name}) {
+    const std::string own = path.substr(0, path.find_last_not_of(separators) + 1);
+    const auto nameAt = own.find_last_of(separators) + 1;
+    if (const auto name = files.nameBelow(std::string_view(own).substr(nameAt)))
+      names.push_back(files.canonical(own.substr(0, nameAt).append(".")) + files.separator() + *name);
+    for (const std::string& each : names) {
       paths_.push_back(each);
-      paths_.push_back(each + ".new");
+      paths_.push_back(each + beside);
     }
   }
 }
 
-bool PrivatePaths::hold(const std::string& pageDirectory, std::string_view path) {
+/// True when `path` is `folder` or lies in it.
+bool PrivatePaths::within(std::string_view path, std::string_view folder) const {
+  if (!path.starts_with(folder)) return false;
+  return path.size() == folder.size() || folder.ends_with(files_.separator()) ||
+         path[folder.size()] == files_.separator();
+}
+
+bool PrivatePaths::hold(const std::string& pageDirectory, std::string_view name) {
   if (pageDirectory != pageDirectory_ || canonicalDirectory_.empty()) {
     pageDirectory_ = pageDirectory;
-    canonicalDirectory_ = resolved(pageDirectory);
+    canonicalDirectory_ = files_.canonical(pageDirectory);
     anyInside_ = std::any_of(paths_.begin(), paths_.end(), [this](const std::string& each) {
       return within(each, canonicalDirectory_) || within(canonicalDirectory_, each);
     });
   }
   if (!anyInside_) return false;
-  while (!path.empty() && (path.front() == '/' || path.front() == '\\')) path.remove_prefix(1);
-  const std::string full = (fs::path(canonicalDirectory_) / path).lexically_normal().string();
+  std::string full = canonicalDirectory_;
+  if (!full.ends_with(files_.separator())) full += files_.separator();
+  full += name;
   return std::any_of(paths_.begin(), paths_.end(),
-                     [&full](const std::string& each) { return within(full, each); });
+                     [this, &full](const std::string& each) { return within(full, each); });
 }
 
 }  // namespace kova::server

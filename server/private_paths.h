@@ -4,6 +4,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/files.h"
+
 namespace kova::server {
 
 /// Files and folders that no phone gets, even where the page directory contains them, however the page
@@ -13,13 +15,16 @@ class PrivatePaths {
  public:
   /// `paths` need not exist; relative ones are meant from the current directory. What another program or a
   /// crash leaves beside a file under its name + ".new" is as private as the file.
-  explicit PrivatePaths(const std::vector<std::string>& paths);
+  PrivatePaths(const platform::Files& files, const std::vector<std::string>& paths);
 
-  /// True when `path`, taken inside `pageDirectory`, is private. Asks the file system only when the page
-  /// directory is another one than at the last call.
-  bool hold(const std::string& pageDirectory, std::string_view path);
+  /// True when `name`, which is one of Files::nameBelow, is private inside `pageDirectory`. Asks the file
+  /// system only when the page directory is another one than at the last call.
+  bool hold(const std::string& pageDirectory, std::string_view name);
 
  private:
+  bool within(std::string_view path, std::string_view folder) const;
+
+  const platform::Files& files_;
   std::vector<std::string> paths_;
   std::string pageDirectory_;
   std::string canonicalDirectory_;

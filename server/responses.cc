@@ -25,13 +25,13 @@ std::string_view typeOfExtension(std::string_view extension) {
   return "application/octet-stream";
 }
 
-/// True when a path asked for by a phone can only name something inside the page directory.
-bool staysInside(std::string_view path) {
-  if (path.find(':') != std::string_view::npos || path.find('\0') != std::string_view::npos) return false;
+/// True when a path asked for by a phone leads out of the page directory on some system or other.
+bool leadsOut(std::string_view path) {
+  if (path.find(':') != std::string_view::npos) return true;
   while (true) {
     const auto end = path.find_first_of("/\\");
-    if (path.substr(0, end) == "..") return false;
-    if (end == std::string_view::npos) return true;
+    if (path.substr(0, end) == "..") return true;
+    if (end == std::string_view::npos) return false;
     path.remove_prefix(end + 1);
   }
 }
@@ -39,7 +39,7 @@ bool staysInside(std::string_view path) {
 }  // namespace
 
 Responses::Responses(ClientSlots& slots, platform::Files& files, ServerLog& log, ResponseHost host)
-    : slots_(slots), files_(files), log_(log), host_(std::move(host)), privatePaths_(host_.privatePaths) {}
+    : slots_(slots), files_(files), log_(log), host_(std::move(host)), privatePaths_(files, host_.privatePaths) {}
 
 std::string Responses::inPageDirectory(std::string_view path) const {
   std::string file = host_.pageDirectory();
@@ -54,11 +54,12 @@ std::string Responses::inPageDirectory(std::string_view path) const {
 
 std::optional<std::string> Responses::fileOf(const ClientRecord& client) {
   if (client.Kind == PathKind::kImage) return client.RequestPath;
-  if (client.Kind == PathKind::kRequested && !staysInside(client.RequestPath)) return std::nullopt;
   if (client.Kind == PathKind::kRequested) {
+    const auto name = files_.nameBelow(client.RequestPath);
+    if (!name || leadsOut(client.RequestPath)) return std::nullopt;
     // Another phone's deck may hold what that phone gave a PIN for.
-    if (namesTemporaryDeck(client.RequestPath)) return std::nullopt;
-    if (privatePaths_.hold(host_.pageDirectory(), client.RequestPath)) return std::nullopt;
+    if (namesTemporaryDeck(*name)) return std::nullopt;
+    if (privatePaths_.hold(host_.pageDirectory(), *name)) return std::nullopt;
   }
   return inPageDirectory(client.RequestPath);
 }

@@ -1,25 +1,24 @@
 #include "platform/local_outlook/inbox_store.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 
 #include "base/text.h"
 #include "platform/local_outlook/item_kinds.h"
 #include "platform/local_outlook/local_time.h"
 #include "platform/local_outlook/mail_text.h"
+#include "platform/local_outlook/read_file.h"
 #include "platform/local_outlook/sorted_list.h"
 
 namespace kova::platform::local_outlook {
 namespace {
 
-/// The flags of a message stand behind ":2," in its name.
+/// The flags of a message stand behind ":2," in its name. Where a name can have no colon, mail programs write
+/// ";" or "!" for it.
 bool isSeen(std::string_view name) {
-  const auto mark = name.rfind(":2,");
-  return mark != std::string_view::npos && name.substr(mark + 3).find('S') != std::string_view::npos;
+  for (auto mark = name.rfind("2,"); mark != std::string_view::npos && mark > 0; mark = name.rfind("2,", mark - 1))
+    if (std::string_view(":;!").find(name[mark - 1]) != std::string_view::npos) 
+      return name.substr(mark + 2).find('S') != std::string_view::npos;
+  return false;
 }
 
 class Mail final : public Record {
@@ -66,8 +65,8 @@ bool isMailName(std::string_view name) { return !isTemporaryName(name); }
 InboxStore::InboxStore(const std::string& path, const Log& log)
     : log_(log),
       path_(path),
-      new_(path + "/new", isMailName, log),
-      current_(path + "/cur", isMailName, log) {}
+      new_(path + kSeparator + "new", isMailName, log),
+      current_(path + kSeparator + "cur", isMailName, log) {}
 
 bool InboxStore::refresh(WatchedFolder& folder, std::shared_ptr<std::vector<Entry>>& entries, bool isNew) {
   const WatchedFolder::Changes changes = folder.refresh();
@@ -75,19 +74,7 @@ bool InboxStore::refresh(WatchedFolder& folder, std::shared_ptr<std::vector<Entr
   std::vector<Entry> added;
   for (const FileNumber file : changes.toRead) {
     const std::string path = folder.pathOf(file);
-    struct stat status{};
-    if (::stat(path.c_str(), &status) != 0) {
-      if (errno != ENOENT) folder.report(file, std::strerror(errno));
-      continue;
-    }
-    if (!S_ISREG(status.st_mode)) {
-      folder.report(file, "is not a regular file");
-      continue;
-    }
-    if (::access(path.c_str(), R_OK) != 0) {
-      folder.report(file, std::strerror(errno));
-      continue;
-    }
+    if (!folder.check(file)) continue;
     const FileStamp& stamp = folder.stamp(file);
     const bool unread = isNew || !isSeen(folder.name(file));
     added.push_back({{stamp.modified, file, 0}, std::make_shared<const Mail>(path, stamp, unread)});
@@ -98,13 +85,7 @@ bool InboxStore::refresh(WatchedFolder& folder, std::shared_ptr<std::vector<Entr
 }
 
 std::unique_ptr<outlook::Items> InboxStore::items() {
-  struct stat status{};
-  std::string problem;
-  if (::stat(path_.c_str(), &status) != 0) {
-    if (errno != ENOENT) problem = std::strerror(errno);
-  } else if (!S_ISDIR(status.st_mode)) {
-    problem = "is not a folder";
-  }
+  const std::string problem = folderAccess(path_).problem;
   if (problem != problem_ && !problem.empty()) log_(logText(path_ + ": " + problem));
   problem_ = problem;
   if (!problem.empty()) return nullptr;

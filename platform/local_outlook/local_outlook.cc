@@ -3,11 +3,10 @@
 #include <gmime/gmime.h>
 #include <libical/ical.h>
 
-#include <ctime>
-
 #include "platform/local_outlook/calendar_store.h"
 #include "platform/local_outlook/contacts.h"
 #include "platform/local_outlook/inbox_store.h"
+#include "platform/local_outlook/local_time.h"
 #include "platform/local_outlook/new_items.h"
 #include "platform/local_outlook/notes.h"
 #include "platform/local_outlook/record_store.h"
@@ -107,7 +106,7 @@ class LocalApplication final : public outlook::Application {
 }  // namespace
 
 LocalOutlook::LocalOutlook(Folders folders, Log log) {
-  ::tzset();
+  readTimeZone();
   icalerror_set_errors_are_fatal(false);
   g_mime_init();
   stores_ = std::make_shared<Stores>(std::move(folders), std::move(log));

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <ctime>
 
 #include "base/date_format.h"
 
@@ -16,25 +15,14 @@ inline constexpr std::int64_t kDay = 86400;
 
 inline constexpr std::int64_t floorDiv(std::int64_t a, std::int64_t b) { return a / b - (a % b < 0 ? 1 : 0); }
 
-/// What the owner's clock shows at an instant.
-inline WallTime localFromInstant(Instant instant) {
-  const auto time = static_cast<std::time_t>(instant);
-  std::tm local{};
-  return ::localtime_r(&time, &local) == nullptr ? instant : instant + local.tm_gmtoff;
-}
+/// Takes note of the time zone that the process has now.
+void readTimeZone();
 
-/// The instant at which the owner's clock shows this.
-inline Instant instantFromLocal(WallTime wall) {
-  const DateTime t = base::fromWallSeconds(wall);
-  std::tm local{};
-  local.tm_year = t.year - 1900;
-  local.tm_mon = t.month - 1;
-  local.tm_mday = t.day;
-  local.tm_hour = t.hour;
-  local.tm_min = t.minute;
-  local.tm_sec = t.second;
-  local.tm_isdst = -1;
-  return ::mktime(&local);
-}
+/// What the owner's clock shows at an instant.
+WallTime localFromInstant(Instant instant);
+
+/// The instant at which the owner's clock shows this. Of an hour that comes twice the first is meant; one that
+/// the clock leaves out is counted from before the change (RFC 5545 3.3.5).
+Instant instantFromLocal(WallTime wall);
 
 }  // namespace kova::platform::local_outlook

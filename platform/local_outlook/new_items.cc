@@ -7,6 +7,7 @@
 #include "platform/local_outlook/content_line.h"
 #include "platform/local_outlook/item_kinds.h"
 #include "platform/local_outlook/local_time.h"
+#include "platform/local_outlook/new_uid.h"
 #include "platform/local_outlook/person_name.h"
 #include "platform/local_outlook/save_file.h"
 #include "platform/local_outlook/utc_text.h"

@@ -1,17 +1,31 @@
 #pragma once
 
 #include <cstddef>
+#include <filesystem>
 #include <string>
 
 namespace kova::platform::local_outlook {
 
-struct FileBytes {
-  std::string bytes;
-  int error = 0;  ///< an errno value; 0 when the file was read
-  bool notRegular = false;
-  bool tooLong = false;
+/// What stands between the names of a path.
+inline constexpr char kSeparator = static_cast<char>(std::filesystem::path::preferred_separator);
 
-  bool ok() const { return error == 0 && !notRegular && !tooLong; }
+/// Whether a file or folder can be used.
+struct Access {
+  std::string problem;   ///< why not, in words for the log; "" when it can, or when it is not there
+  bool missing = false;  ///< it is not there
+  bool busy = false;     ///< somebody holds it for himself; it may be free at the next try
+
+  bool ok() const { return problem.empty() && !missing; }
+};
+
+/// A folder that is there (links are followed). It may still be one that cannot be read.
+Access folderAccess(const std::string& path);
+
+/// A regular file that can be opened for reading (links are followed).
+Access fileAccess(const std::string& path);
+
+struct FileBytes : Access {
+  std::string bytes;
 };
 
 /// The bytes of a regular file (links are followed), if there are no more than `limit`. Never blocks on what

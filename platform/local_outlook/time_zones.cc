@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "platform/local_outlook/system_zone.h"
+
 namespace kova::platform::local_outlook {
 namespace {
 
@@ -133,20 +135,22 @@ WallTime TimeZone::localAfter(WallTime wall, std::int64_t seconds) const {
   return localFromInstant(instant(wall) + seconds);
 }
 
+std::shared_ptr<icaltimezone> zoneFrom(ComponentPtr definition) {
+  std::shared_ptr<icaltimezone> zone(icaltimezone_new(), [](icaltimezone* z) { icaltimezone_free(z, 1); });
+  if (icaltimezone_set_component(zone.get(), definition.get()) == 0) return nullptr;
+  static_cast<void>(definition.release());  // the zone's own now
+  return zone;
+}
+
 std::optional<ZoneCache::DefinedZone> ZoneCache::fromDefinition(const std::string& vtimezone) {
   if (const auto known = defined_.find(vtimezone); known != defined_.end()) return known->second;
   std::optional<DefinedZone> defined;
   ComponentPtr component(icalparser_parse_string(vtimezone.c_str()));
   if (component && icalcomponent_isa(component.get()) == ICAL_VTIMEZONE_COMPONENT &&
       isPlausible(component.get())) {
-    std::shared_ptr<icaltimezone> zone(icaltimezone_new(), [](icaltimezone* z) { icaltimezone_free(z, 1); });
-    icalcomponent* const given = component.release();
-    if (icaltimezone_set_component(zone.get(), given) == 0) {
-      component.reset(given);  // the zone has not taken it
-    } else {
-      if (const char* const tzid = icaltimezone_get_tzid(zone.get()))
-        defined = DefinedZone{tzid, TimeZone(std::move(zone))};
-    }
+    auto zone = zoneFrom(std::move(component));
+    if (const char* const tzid = zone ? icaltimezone_get_tzid(zone.get()) : nullptr)
+      defined = DefinedZone{tzid, TimeZone(std::move(zone))};
   }
   if (defined_.size() == kMaxKeptZones) defined_.clear();
   defined_.emplace(vtimezone, defined);
@@ -170,8 +174,7 @@ std::optional<TimeZone> ZoneCache::fromSystem(const std::string& tzid) {
     if (name == "UTC" || name == "GMT") {
       zone = utc_;
     } else if (name.front() != '/' && name.back() != '/') {
-      if (icaltimezone* const found = icaltimezone_get_builtin_timezone(name.c_str()))
-        zone = TimeZone(std::shared_ptr<icaltimezone>(found, [](icaltimezone*) {}));
+      if (auto found = systemZone(name)) zone = TimeZone(std::move(found));
     }
     const auto slash = name.find('/');
     name.erase(0, slash == std::string::npos ? name.size() : slash + 1);

@@ -18,6 +18,9 @@ struct FreeComponent {
 };
 using ComponentPtr = std::unique_ptr<icalcomponent, FreeComponent>;
 
+/// The zone that a VTIMEZONE defines; null when it makes none.
+std::shared_ptr<icaltimezone> zoneFrom(ComponentPtr definition);
+
 /// What a date-time of a calendar file is meant in: the local time of whoever reads it ("floating"), UTC, or
 /// a zone with rules.
 class TimeZone {
@@ -52,8 +55,8 @@ class ZoneCache {
   const TimeZone& utc() const { return utc_; }
   /// A zone from the text of a VTIMEZONE; empty when it makes no sense.
   std::optional<DefinedZone> fromDefinition(const std::string& vtimezone);
-  /// A zone of the system by a name such as "Europe/Berlin", with or without something before it; empty
-  /// if unknown.
+  /// A zone of the system (systemZone) by a name such as "Europe/Berlin", with or without something before it;
+  /// empty if unknown.
   std::optional<TimeZone> fromSystem(const std::string& tzid);
 
  private:
@@ -68,7 +71,7 @@ class FileZones {
   explicit FileZones(ZoneCache& cache) : cache_(cache) {}
   void define(const std::string& vtimezone);
   const TimeZone& utc() const { return cache_.utc(); }
-  /// Null when the file names a zone that nobody knows.
+  /// Null when the file names a zone that nobody knows. Its times are taken as local ones then.
   const TimeZone* find(const std::string& tzid);
 
  private:

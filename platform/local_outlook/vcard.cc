@@ -1,10 +1,11 @@
 #include "platform/local_outlook/vcard.h"
 
-#include <iconv.h>
+#include <glib.h>
 
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <memory>
 #include <new>
 
 #include "base/text.h"
@@ -39,24 +40,15 @@ std::string decodeHexPairs(std::string_view text, char mark) {
   return result;
 }
 
-std::string fromCharset(std::string bytes, const std::string& charset) {
+std::string fromCharset(const std::string& bytes, const std::string& charset) {
   const std::string known = base::asciiLower(charset);
   if (!known.empty() && known != "utf-8" && known != "utf8") {
-    const iconv_t converter = ::iconv_open("UTF-8", known.c_str());
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): this is how iconv says no
-    if (converter != reinterpret_cast<iconv_t>(-1)) {
-      std::string result(bytes.size() * 4 + 16, '\0');
-      char* in = bytes.data();
-      char* out = result.data();
-      std::size_t inLeft = bytes.size();
-      std::size_t outLeft = result.size();
-      const bool converted = ::iconv(converter, &in, &inLeft, &out, &outLeft) != static_cast<std::size_t>(-1);
-      ::iconv_close(converter);
-      if (converted) {
-        result.resize(result.size() - outLeft);
-        return result;
-      }
-    }
+    gsize length = 0;
+    const std::unique_ptr<char, void (*)(gpointer)> converted(
+        g_convert(bytes.data(), static_cast<gssize>(bytes.size()), "UTF-8", known.c_str(), nullptr, &length,
+                  nullptr),
+        &g_free);
+    if (converted) return {converted.get(), length};
   }
   return base::validUtf8(bytes) ? bytes : base::toUtf8(bytes);
 }
@@ -133,7 +125,7 @@ class CardReader {
     if (types.isBinary) return;
     std::string value = types.isQuotedPrintable ? decodeHexPairs(line.value, '=') : std::string(line.value);
     if (types.isQuotedPrintable || !base::validUtf8(value))
-      value = fromCharset(std::move(value), types.charset);
+      value = fromCharset(value, types.charset);
 
     if (line.name == "N" && !hasName_) {
       hasName_ = true;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -9,35 +8,23 @@
 #include <unordered_set>
 #include <vector>
 
+#include "platform/local_outlook/folder_watch.h"
 #include "platform/local_outlook/local_outlook.h"
-#include "platform/local_outlook/unique_fd.h"
-
-struct stat;
+#include "platform/local_outlook/read_file.h"
 
 namespace kova::platform::local_outlook {
-
-/// What tells one state of a file from another.
-struct FileStamp {
-  std::uint64_t device = 0;
-  std::uint64_t inode = 0;
-  std::int64_t size = 0;
-  std::int64_t modified = 0;  ///< microseconds since 1970
-  std::int64_t changed = 0;   ///< nanoseconds since 1970
-
-  friend bool operator==(const FileStamp&, const FileStamp&) = default;
-};
 
 /// A file's number while it is in the folder; a number that became free is given out again.
 using FileNumber = std::uint32_t;
 
 /// Knows which files lie in a folder and says which of them changed since it was last asked.
 ///
-/// Local file systems report changes (inotify). Where they cannot be relied on, the files are compared by
-/// their stamps instead: on network file systems, when events were lost, and for files that have another name
-/// elsewhere.
+/// Where the system reports changes, only those are looked at. Where that cannot be relied on, the files are
+/// compared by their stamps instead: on network file systems, when reports were lost, and for files that have
+/// another name elsewhere.
 class WatchedFolder {
  public:
-  using Accepts = std::function<bool(std::string_view name)>;
+  using Accepts = FolderWatch::Accepts;
 
   WatchedFolder(std::string path, Accepts accepts, const Log& log);
 
@@ -51,7 +38,7 @@ class WatchedFolder {
 
   const std::string& path() const { return path_; }
   const std::string& name(FileNumber file) const { return files_[file].name; }
-  std::string pathOf(FileNumber file) const { return path_ + "/" + name(file); }
+  std::string pathOf(FileNumber file) const { return path_ + kSeparator + name(file); }
   const FileStamp& stamp(FileNumber file) const { return files_[file].stamp; }
   /// One more than the highest number given out.
   std::size_t numberLimit() const { return files_.size(); }
@@ -59,6 +46,9 @@ class WatchedFolder {
   /// What is in a file, without a byte order mark. When it cannot be read, or is longer than `limit`, that is
   /// reported.
   std::optional<std::string> readBytes(FileNumber file, std::size_t limit);
+
+  /// True when a file can be read; when it cannot, that is reported.
+  bool check(FileNumber file);
 
   /// Logs what is wrong with a file, unless the same was said of the same state of it.
   void report(FileNumber file, const std::string& problem);
@@ -71,7 +61,6 @@ class WatchedFolder {
     FileStamp problemStamp;
     bool present = false;
     bool recent = false;     // so new that another change may leave the same stamp
-    bool unwatched = false;  // changes to it need not be reported
     bool regular = false;
     std::uint32_t seenInScan = 0;
   };
@@ -79,25 +68,22 @@ class WatchedFolder {
   void reportFolder(const std::string& problem);
   void forgetAll(Changes& changes);
   void forget(FileNumber file, Changes& changes);
-  void stopWatching();
-  bool drainEvents(std::unordered_set<std::string>& names);
-  bool startWatching(const struct stat& folder);
   bool scan(Changes& changes);
-  void examine(int folder, const std::string& name, bool isKnownChanged, Changes& changes);
+  bool lookAt(const std::unordered_set<std::string>& reported, Changes& changes);
+  void examine(const std::string& name, const std::optional<FileState>& state, bool isKnownChanged,
+               Changes& changes);
+  bool accept(FileNumber file, const Access& access);
   FileNumber add(const std::string& name);
 
   std::string path_;
   Accepts accepts_;
   Log log_;
+  FolderWatch watch_;
   std::string folderProblem_;
   std::vector<KnownFile> files_;
   std::vector<FileNumber> freeNumbers_;
   std::unordered_map<std::string, FileNumber> numbers_;
   std::unordered_set<FileNumber> unwatched_;
-  UniqueFd events_;
-  bool reliable_ = false;
-  std::uint64_t device_ = 0;
-  std::uint64_t inode_ = 0;
   std::uint32_t scanNumber_ = 0;
 };
 

@@ -7,8 +7,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <string>
+#include <system_error>
 
 #include "platform/posix/file_descriptor.h"
 #include "platform/posix/input_file.h"
@@ -160,5 +162,28 @@ bool PosixFiles::replace(const std::string& path, std::string_view bytes) {
 }
 
 bool PosixFiles::remove(const std::string& path) { return canBeName(path) && ::unlink(path.c_str()) == 0; }
+
+std::string PosixFiles::canonical(const std::string& path) const {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  fs::path full = fs::weakly_canonical(fs::absolute(path, error), error);
+  if (error) full = fs::path(path).lexically_normal();
+  if (!full.has_filename() && full.has_relative_path()) full = full.parent_path();
+  return full.string();
+}
+
+std::optional<std::string> PosixFiles::nameBelow(std::string_view path) const {
+  if (path.find('\0') != std::string_view::npos) return std::nullopt;
+  std::string name;
+  while (!path.empty()) {
+    const std::string_view part = path.substr(0, path.find('/'));
+    path.remove_prefix(std::min(part.size() + 1, path.size()));
+    if (part == "..") return std::nullopt;
+    if (part.empty() || part == ".") continue;
+    if (!name.empty()) name += '/';
+    name += part;
+  }
+  return name;
+}
 
 }  // namespace kova::platform::posix

@@ -13,6 +13,8 @@ class PosixFiles final : public Files {
   bool append(const std::string& path, std::string_view bytes) override;
   bool replace(const std::string& path, std::string_view bytes) override;
   bool remove(const std::string& path) override;
+  std::string canonical(const std::string& path) const override;
+  std::optional<std::string> nameBelow(std::string_view path) const override;
   char separator() const override { return '/'; }
 };
 

@@ -5,12 +5,14 @@
 #include <limits>
 #include <map>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "base/text.h"
 #include "platform/files.h"
 
 namespace kova::fakes {
@@ -81,6 +83,28 @@ class FakeFiles final : public platform::Files {
   bool remove(const std::string& path) override {
     removed.push_back(path);
     return !failRemove && contents_.erase(path) > 0;
+  }
+
+  /// The same as nameBelow(), behind a separator: there are no links here.
+  std::string canonical(const std::string& path) const override {
+    return separatorChar + nameBelow(path).value_or("..");
+  }
+
+  /// With "\\" as the separator as a system reads it that knows "/" as well and does not tell capital letters
+  /// from small ones.
+  std::optional<std::string> nameBelow(std::string_view path) const override {
+    if (path.find('\0') != std::string_view::npos) return std::nullopt;
+    const bool asWindows = separatorChar == '\\';
+    std::string name;
+    while (!path.empty()) {
+      const std::string_view part = path.substr(0, path.find_first_of(asWindows ? "/\\" : "/"));
+      path.remove_prefix(std::min(part.size() + 1, path.size()));
+      if (part == ".." || (asWindows && part.ends_with(' '))) return std::nullopt;
+      if (part.empty() || part == ".") continue;
+      if (!name.empty()) name += separatorChar;
+      name += asWindows ? base::asciiLower(part) : std::string(part);
+    }
+    return name;
   }
 
   char separator() const override { return separatorChar; }

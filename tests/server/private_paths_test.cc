@@ -4,10 +4,12 @@
 #include "server/private_paths.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
+#include <random>
+
+#include "platform/machine.h"
 
 namespace kova::server {
 namespace {
@@ -16,7 +18,7 @@ namespace fs = std::filesystem;
 
 class PrivatePathsTest : public ::testing::Test {
  protected:
-  PrivatePathsTest() : root_(fs::path(::testing::TempDir()) / ("private_paths_" + std::to_string(getpid()))) {
+  PrivatePathsTest() : root_(fs::path(::testing::TempDir()) / ("private_paths_" + std::to_string(std::random_device()()))) {
     fs::create_directories(root_ / "home" / "outlook" / "notes");
     fs::create_directories(root_ / "home" / "pages");
     fs::create_directory_symlink(root_ / "home", root_ / "link");
@@ -36,7 +38,9 @@ class PrivatePathsTest : public ::testing::Test {
 
 TEST_F(PrivatePathsTest, HoweverThePageDirectoryIsWritten) {
   const std::string home = (root_ / "home").string();
-  PrivatePaths paths({home + "/tarvel_wap.ini", home + "/outlook/notes/"});
+  const auto machine = platform::makeMachine();
+  const platform::Files& files = machine->files();
+  PrivatePaths paths(files, {home + "/tarvel_wap.ini", home + "/outlook/notes/"});
   struct Case {
     std::string directory;
     const char* path;
@@ -62,7 +66,7 @@ TEST_F(PrivatePathsTest, HoweverThePageDirectoryIsWritten) {
       {root_.string() + "/elsewhere", "/tarvel_wap.ini", false},
   };
   for (const Case& c : cases)
-    EXPECT_EQ(paths.hold(c.directory, c.path), c.held) << c.directory << " " << c.path;
+    EXPECT_EQ(paths.hold(c.directory, files.nameBelow(c.path).value_or("..")), c.held) << c.directory << " " << c.path;
 }
 
 }  // namespace

@@ -421,6 +421,23 @@ TEST_F(RequestTest, TheOwnersDataIsNoPageEvenInThePageDirectory) {
   EXPECT_TRUE(slot(1).allWritten().ends_with("a page"));
 }
 
+TEST_F(RequestTest, WhereOneFileHasManyNamesNoneOfThemGivesAwayThePrivateOnes) {
+  files.separatorChar = '\\';
+  open();
+  window->load();
+  window->editPageDirectory.setText("/home/kova/");
+  window->cmdListen.click();
+  for (const char* name : {"TARVEL_WAP.INI", ".\\tarvel_wap.ini", "tarvel_wap.ini ", "tarvel_wap.ini.NEW",
+                           "Outlook\\contacts/a.vcf", "ACAL2.tmp", "x\\acal2.tmp"}) {
+    files.put(std::string("/home/kova/") + name, "private");
+    get(std::string("/") + name);
+    EXPECT_TRUE(slot(1).written.empty()) << name;
+  }
+  files.put("/home/kova/Pages\\INDEX.WML", "a page");
+  get("/Pages\\INDEX.WML");
+  EXPECT_TRUE(slot(1).allWritten().ends_with("a page"));
+}
+
 TEST_F(RequestTest, AnEmptyPageDirectoryIsTheProgramsFolderAndNotTheDisk) {
   files.put("/etc/passwd", "root");
   files.put("/home/kova/x.txt", "mine");

@@ -19,7 +19,7 @@ class Calendar : public PagesTest {
     pages.Get_ocal(kPath, viewType, date);
     return deck();
   }
-  long restrictions() const {
+  std::ptrdiff_t restrictions() const {
     return std::count_if(outlook.calls.begin(), outlook.calls.end(),
                          [](const std::string& call) { return call.starts_with("restrict"); });
   }

@@ -1,16 +1,14 @@
 #include "platform/local_outlook/save_file.h"
 
 #include <fcntl.h>
-#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
-#include "platform/local_outlook/unique_fd.h"
+#include "platform/local_outlook/posix/unique_fd.h"
 
 namespace kova::platform::local_outlook {
 namespace {
@@ -66,21 +64,6 @@ bool renameNew(int folder, const char* from, const char* to) {
 }
 
 }  // namespace
-
-std::string newUid() {
-  std::array<unsigned char, 16> random{};
-  if (::getrandom(random.data(), random.size(), 0) != static_cast<ssize_t>(random.size())) return {};
-  random[6] = static_cast<unsigned char>((random[6] & 0x0f) | 0x40);
-  random[8] = static_cast<unsigned char>((random[8] & 0x3f) | 0x80);
-  std::string uid;
-  for (std::size_t i = 0; i < random.size(); ++i) {
-    constexpr char kDigits[] = "0123456789abcdef";
-    if (i == 4 || i == 6 || i == 8 || i == 10) uid += '-';
-    uid += kDigits[random[i] >> 4];
-    uid += kDigits[random[i] & 15];
-  }
-  return uid;
-}
 
 std::string saveNewFile(const std::string& folder, const std::string& name, std::string_view bytes) {
   if (std::string problem = makeFolders(folder); !problem.empty()) return problem;

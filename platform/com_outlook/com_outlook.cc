@@ -104,7 +104,7 @@ class Session {
     if (connection.resting()) return failed("not asked, as it gave no answer before");
 
     const bool create = request.kind == Request::Kind::kCreate;
-    const std::string member = toUtf8(request.member);
+    const std::string member = windows_api::toUtf8(request.member);
     const auto left = std::chrono::ceil<milliseconds>(bounds.session - spent_);
     const auto limit = std::min(create ? bounds.start : bounds.call, left);
     const auto before = steady_clock::now();
@@ -174,7 +174,7 @@ class Remote {
     const auto reply = session_->call({Kind::kGet, id_, nameOf(property), std::nullopt});
     if (!reply) return std::nullopt;
     auto value = (reply->value.*read)();
-    if (!value) return session_->failed(toUtf8(nameOf(property)) + " cannot be read");
+    if (!value) return session_->failed(windows_api::toUtf8(nameOf(property)) + " cannot be read");
     return value;
   }
 
@@ -295,7 +295,7 @@ class ComAutomation final : public outlook::Automation {
 
   std::unique_ptr<outlook::Application> createObject(std::string_view programId) override {
     const auto session = std::make_shared<Session>(connection_);
-    const std::wstring name = toUtf16(programId);
+    const std::wstring name = windows_api::toUtf16(programId);
     return Remote(session, 0).object<ComApplication>(Request::Kind::kCreate, name);
   }
 

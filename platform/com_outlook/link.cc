@@ -166,7 +166,8 @@ class Link::Objects {
       if (called != DISP_E_EXCEPTION) return called;
       if (exception.pfnDeferredFillIn) exception.pfnDeferredFillIn(&exception);
       if (exception.bstrDescription) {
-        reply.description = toUtf8({exception.bstrDescription, SysStringLen(exception.bstrDescription)});
+        reply.description =
+            windows_api::toUtf8({exception.bstrDescription, SysStringLen(exception.bstrDescription)});
       }
       return FAILED(exception.scode) ? static_cast<HRESULT>(exception.scode) : called;
     });

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "base/date_format.h"
+#include "platform/windows_api/utf16.h"
 
 namespace kova::platform::com_outlook {
 
@@ -17,23 +18,6 @@ constexpr DATE kFirstDate = -657434.0;
 constexpr DATE kBehindLastDate = 2958466.0;
 
 }  // namespace
-
-std::wstring toUtf16(std::string_view text) {
-  if (text.empty()) return {};
-  const int size = static_cast<int>(text.size());
-  std::wstring wide(MultiByteToWideChar(CP_UTF8, 0, text.data(), size, nullptr, 0), L'\0');
-  MultiByteToWideChar(CP_UTF8, 0, text.data(), size, wide.data(), static_cast<int>(wide.size()));
-  return wide;
-}
-
-std::string toUtf8(std::wstring_view text) {
-  if (text.empty()) return {};
-  const int size = static_cast<int>(text.size());
-  std::string narrow(WideCharToMultiByte(CP_UTF8, 0, text.data(), size, nullptr, 0, nullptr, nullptr), '\0');
-  WideCharToMultiByte(CP_UTF8, 0, text.data(), size, narrow.data(), static_cast<int>(narrow.size()), nullptr,
-                      nullptr);
-  return narrow;
-}
 
 std::optional<DATE> toDate(const DateTime& time) {
   if (time.year < kFirstYear || time.year > kLastYear || !base::isValid(time)) return std::nullopt;
@@ -54,7 +38,7 @@ std::optional<DateTime> fromDate(DATE date) {
 }
 
 Variant::Variant(std::string_view text) : Variant() {
-  const std::wstring wide = toUtf16(text);
+  const std::wstring wide = windows_api::toUtf16(text);
   value_.bstrVal = SysAllocStringLen(wide.data(), static_cast<UINT>(wide.size()));
   if (value_.bstrVal) value_.vt = VT_BSTR;
 }
@@ -85,7 +69,7 @@ std::optional<std::string> Variant::text() const {
   const Variant text = changed(VT_BSTR);
   if (text.value_.vt != VT_BSTR) return std::nullopt;
   // A text without characters may be a null pointer.
-  return toUtf8({text.value_.bstrVal, SysStringLen(text.value_.bstrVal)});
+  return windows_api::toUtf8({text.value_.bstrVal, SysStringLen(text.value_.bstrVal)});
 }
 
 std::optional<long> Variant::number() const {

@@ -14,11 +14,6 @@
 
 namespace kova::platform::com_outlook {
 
-/// Bytes that are no UTF-8 become U+FFFD.
-std::wstring toUtf16(std::string_view text);
-/// Surrogates that stand alone become U+FFFD.
-std::string toUtf8(std::wstring_view text);
-
 /// Days since 1899-12-30; the fraction is the time of day, counted forwards on days before that one too.
 /// Empty for what is no date with a time, and for years outside 100 to 9999.
 std::optional<DATE> toDate(const DateTime& time);

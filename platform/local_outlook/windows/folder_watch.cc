@@ -8,7 +8,8 @@
 #include <utility>
 
 #include "platform/local_outlook/read_file.h"
-#include "platform/local_outlook/windows/disk.h"
+#include "platform/windows_api/disk.h"
+#include "platform/windows_api/utf16.h"
 
 namespace kova::platform::local_outlook {
 namespace {
@@ -29,15 +30,14 @@ FileStamp stampOf(std::int64_t size, std::int64_t written, std::int64_t changed)
 std::optional<FileState> stateOfTarget(const std::wstring& path) {
   FileState state;
   state.unwatched = true;
-  const UniqueHandle target = openExisting(path, FILE_READ_ATTRIBUTES);
+  const windows_api::UniqueHandle target = windows_api::openExisting(path, FILE_READ_ATTRIBUTES);
   FILE_BASIC_INFO basic{};
   FILE_STANDARD_INFO standard{};
   if (!target || ::GetFileInformationByHandleEx(target.get(), FileBasicInfo, &basic, sizeof basic) == 0 ||
       ::GetFileInformationByHandleEx(target.get(), FileStandardInfo, &standard, sizeof standard) == 0)
     return state;
   if (standard.Directory != 0) return std::nullopt;
-  state.stamp =
-      stampOf(standard.EndOfFile.QuadPart, basic.LastWriteTime.QuadPart, basic.ChangeTime.QuadPart);
+  state.stamp = stampOf(standard.EndOfFile.QuadPart, basic.LastWriteTime.QuadPart, basic.ChangeTime.QuadPart);
   state.regular = ::GetFileType(target.get()) == FILE_TYPE_DISK;
   return state;
 }
@@ -49,8 +49,7 @@ std::optional<FileState> stateOf(const Entry& entry, const std::wstring& path) {
     return stateOfTarget(path);
   if ((entry.FileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return std::nullopt;
   FileState state;
-  state.stamp =
-      stampOf(entry.EndOfFile.QuadPart, entry.LastWriteTime.QuadPart, entry.ChangeTime.QuadPart);
+  state.stamp = stampOf(entry.EndOfFile.QuadPart, entry.LastWriteTime.QuadPart, entry.ChangeTime.QuadPart);
   if constexpr (std::is_same_v<Entry, FILE_ID_BOTH_DIR_INFO>)
     state.stamp.inode = static_cast<std::uint64_t>(entry.FileId.QuadPart);
   state.regular = true;
@@ -70,7 +69,7 @@ DWORD list(HANDLE folder, const std::wstring& path, FILE_INFO_BY_HANDLE_CLASS ki
       next = entry.NextEntryOffset;
       const std::wstring_view wideName(static_cast<const wchar_t*>(entry.FileName),
                                        entry.FileNameLength / sizeof(wchar_t));
-      const std::string name = narrow(wideName);
+      const std::string name = windows_api::toUtf8(wideName);
       if (accepts(name)) found(name, stateOf(entry, path + L'\\' + std::wstring(wideName)));
     }
   }
@@ -93,9 +92,10 @@ FolderWatch::News FolderWatch::ask(std::unordered_set<std::string>&) {
 }
 
 bool FolderWatch::readAll(const Accepts& accepts, const Found& found) {
-  const std::wstring path = diskPath(path_);
+  const std::wstring path = windows_api::diskPath(path_);
   DWORD error = ERROR_SUCCESS;
-  if (const UniqueHandle folder = openExisting(path, FILE_LIST_DIRECTORY); !folder) {
+  if (const windows_api::UniqueHandle folder = windows_api::openExisting(path, FILE_LIST_DIRECTORY);
+      !folder) {
     error = ::GetLastError();
   } else {
     error = list<FILE_ID_BOTH_DIR_INFO>(folder.get(), path, FileIdBothDirectoryInfo, accepts, found);
@@ -103,7 +103,7 @@ bool FolderWatch::readAll(const Accepts& accepts, const Found& found) {
     if (error == ERROR_INVALID_PARAMETER || error == ERROR_NOT_SUPPORTED || error == ERROR_INVALID_LEVEL)
       error = list<FILE_FULL_DIR_INFO>(folder.get(), path, FileFullDirectoryInfo, accepts, found);
   }
-  problem_ = error == ERROR_SUCCESS || meansMissing(error) ? "" : errorText(error);
+  problem_ = error == ERROR_SUCCESS || windows_api::meansMissing(error) ? "" : windows_api::errorText(error);
   return error == ERROR_SUCCESS;
 }
 

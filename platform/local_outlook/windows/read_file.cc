@@ -3,33 +3,33 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "platform/local_outlook/windows/disk.h"
+#include "platform/windows_api/disk.h"
 
 namespace kova::platform::local_outlook {
 namespace {
 
 Access accessOf(DWORD error) {
   Access access;
-  access.missing = meansMissing(error);
+  access.missing = windows_api::meansMissing(error);
   access.busy = error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION;
-  if (!access.missing) access.problem = errorText(error);
+  if (!access.missing) access.problem = windows_api::errorText(error);
   return access;
 }
 
 struct Opened {
-  UniqueHandle file;
+  windows_api::UniqueHandle file;
   Access access;
 };
 
 Opened openFile(const std::string& path) {
   Opened opened;
-  const std::wstring name = diskPath(path);
+  const std::wstring name = windows_api::diskPath(path);
   const DWORD attributes = ::GetFileAttributesW(name.c_str());
   if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
     opened.access.problem = "is not a regular file";
     return opened;
   }
-  opened.file = openExisting(name, GENERIC_READ, FILE_FLAG_SEQUENTIAL_SCAN);
+  opened.file = windows_api::openExisting(name, GENERIC_READ, FILE_FLAG_SEQUENTIAL_SCAN);
   if (!opened.file) {
     opened.access = accessOf(::GetLastError());
   } else if (::GetFileType(opened.file.get()) != FILE_TYPE_DISK) {
@@ -42,7 +42,7 @@ Opened openFile(const std::string& path) {
 }  // namespace
 
 Access folderAccess(const std::string& path) {
-  const DWORD attributes = ::GetFileAttributesW(diskPath(path).c_str());
+  const DWORD attributes = ::GetFileAttributesW(windows_api::diskPath(path).c_str());
   if (attributes == INVALID_FILE_ATTRIBUTES) return accessOf(::GetLastError());
   Access access;
   if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) access.problem = "is not a folder";

@@ -8,7 +8,7 @@
 #include <memory>
 
 #include "platform/local_outlook/read_file.h"
-#include "platform/local_outlook/windows/disk.h"
+#include "platform/windows_api/disk.h"
 
 namespace kova::platform::local_outlook {
 namespace {
@@ -31,7 +31,9 @@ class OwnersOnly {
   SECURITY_ATTRIBUTES attributes_{sizeof(SECURITY_ATTRIBUTES), nullptr, FALSE};
 };
 
-std::string failure(const std::string& what, DWORD error) { return what + ": " + errorText(error); }
+std::string failure(const std::string& what, DWORD error) {
+  return what + ": " + windows_api::errorText(error);
+}
 
 std::string makeFolders(const std::string& path, SECURITY_ATTRIBUTES* rights) {
   const Access access = folderAccess(path);
@@ -43,7 +45,7 @@ std::string makeFolders(const std::string& path, SECURITY_ATTRIBUTES* rights) {
     if (!parent.ends_with(':') && parent.find_first_not_of("/\\") != std::string::npos)
       if (std::string problem = makeFolders(parent, rights); !problem.empty()) return problem;
   }
-  if (::CreateDirectoryW(diskPath(path).c_str(), rights) != 0) return {};
+  if (::CreateDirectoryW(windows_api::diskPath(path).c_str(), rights) != 0) return {};
   const DWORD error = ::GetLastError();
   return error == ERROR_ALREADY_EXISTS ? "" : failure("cannot make the folder " + path, error);
 }
@@ -69,11 +71,11 @@ std::string saveNewFile(const std::string& folder, const std::string& name, std:
   while (where.size() > 1 && (where.back() == '/' || where.back() == '\\')) where.pop_back();
   if (std::string problem = makeFolders(where, rights.get()); !problem.empty()) return problem;
 
-  const std::wstring temporary = diskPath(where + kSeparator + "." + name + ".tmp");
-  UniqueHandle file(::CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, rights.get(), CREATE_NEW,
-                                  FILE_ATTRIBUTE_NORMAL, nullptr));
+  const std::wstring temporary = windows_api::diskPath(where + kSeparator + "." + name + ".tmp");
+  windows_api::UniqueHandle file(::CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, rights.get(), CREATE_NEW,
+                                               FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!file) return failure(where, ::GetLastError());
-  const std::wstring saved = diskPath(where + kSeparator + name);
+  const std::wstring saved = windows_api::diskPath(where + kSeparator + name);
   if (!writeAll(file.get(), bytes) || ::FlushFileBuffers(file.get()) == 0 || !file.reset() ||
       ::MoveFileExW(temporary.c_str(), saved.c_str(), MOVEFILE_WRITE_THROUGH) == 0) {
     std::string problem = failure(where + kSeparator + name, ::GetLastError());

@@ -71,14 +71,14 @@ TEST(Values, DatesAsTheSystemReadsThem) {
 }
 
 TEST(Values, Texts) {
-  EXPECT_EQ(toUtf16("Grüße €\xf0\x9f\x98\x80"), L"Grüße €\xD83D\xDE00");
-  EXPECT_EQ(toUtf8(L"Grüße €\xD83D\xDE00"), "Grüße €\xf0\x9f\x98\x80");
-  EXPECT_EQ(toUtf8(std::wstring(L"a\0b", 3)), std::string("a\0b", 3));
-  EXPECT_EQ(toUtf8(L"<\xD83D>"), "<\xef\xbf\xbd>");
-  EXPECT_EQ(toUtf8(L"<\xDE00\xD83D"), "<\xef\xbf\xbd\xef\xbf\xbd");
-  EXPECT_EQ(toUtf16("<\xff>"), L"<\xFFFD>");
-  EXPECT_EQ(toUtf16(""), L"");
-  EXPECT_EQ(toUtf8({}), "");
+  EXPECT_EQ(windows_api::toUtf16("Grüße €\xf0\x9f\x98\x80"), L"Grüße €\xD83D\xDE00");
+  EXPECT_EQ(windows_api::toUtf8(L"Grüße €\xD83D\xDE00"), "Grüße €\xf0\x9f\x98\x80");
+  EXPECT_EQ(windows_api::toUtf8(std::wstring(L"a\0b", 3)), std::string("a\0b", 3));
+  EXPECT_EQ(windows_api::toUtf8(L"<\xD83D>"), "<\xef\xbf\xbd>");
+  EXPECT_EQ(windows_api::toUtf8(L"<\xDE00\xD83D"), "<\xef\xbf\xbd\xef\xbf\xbd");
+  EXPECT_EQ(windows_api::toUtf16("<\xff>"), L"<\xFFFD>");
+  EXPECT_EQ(windows_api::toUtf16(""), L"");
+  EXPECT_EQ(windows_api::toUtf8({}), "");
 }
 
 Variant ofType(VARTYPE type) {

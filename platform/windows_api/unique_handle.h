@@ -2,13 +2,11 @@
 
 #include <windows.h>
 
-#include <string>
-#include <string_view>
 #include <utility>
 
-namespace kova::platform::local_outlook {
+namespace kova::platform::windows_api {
 
-/// An open file or folder; closed by its destructor.
+/// An open file, folder, process or the like; closed by its destructor.
 class UniqueHandle {
  public:
   UniqueHandle() = default;
@@ -37,19 +35,4 @@ class UniqueHandle {
   HANDLE handle_ = INVALID_HANDLE_VALUE;
 };
 
-std::wstring wide(std::string_view utf8);
-std::string narrow(std::wstring_view utf16);
-
-/// A path as the system takes it: absolute and in the form that neither has a limit of length nor knows of
-/// devices (a "con.vcf" is a file then). The last name is taken as it is.
-std::wstring diskPath(const std::string& path);
-
-/// Opens what is there; a folder as well.
-UniqueHandle openExisting(const std::wstring& path, DWORD access, DWORD flags = FILE_FLAG_BACKUP_SEMANTICS);
-
-bool meansMissing(DWORD error);
-
-/// What the system says of one of its error numbers, without a line end.
-std::string errorText(DWORD error);
-
-}  // namespace kova::platform::local_outlook
+}  // namespace kova::platform::windows_api

@@ -1,32 +1,19 @@
-#include "platform/local_outlook/windows/disk.h"
+#include "platform/windows_api/disk.h"
 
-namespace kova::platform::local_outlook {
+#include <iterator>
+#include <string_view>
 
-std::wstring wide(std::string_view utf8) {
-  const int bytes = static_cast<int>(utf8.size());
-  std::wstring text(utf8.size(), L'\0');  // never more units than bytes
-  const int length = ::MultiByteToWideChar(CP_UTF8, 0, utf8.data(), bytes, text.data(), bytes);
-  text.resize(static_cast<std::size_t>(length));
-  return text;
-}
+#include "platform/windows_api/utf16.h"
 
-std::string narrow(std::wstring_view utf16) {
-  const int units = static_cast<int>(utf16.size());
-  std::string text(utf16.size() * 3, '\0');
-  const int length = ::WideCharToMultiByte(CP_UTF8, 0, utf16.data(), units, text.data(),
-                                           static_cast<int>(text.size()), nullptr, nullptr);
-  text.resize(static_cast<std::size_t>(length));
-  return text;
-}
+namespace kova::platform::windows_api {
 
 std::wstring diskPath(const std::string& path) {
   const auto slash = path.find_last_of("/\\");
   const auto nameAt = slash == std::string::npos ? 0 : slash + 1;
-  const std::wstring folder = nameAt == 0 ? L"." : wide(std::string_view(path).substr(0, nameAt));
-  const std::wstring name = wide(std::string_view(path).substr(nameAt));
+  const std::wstring folder = nameAt == 0 ? L"." : toUtf16(std::string_view(path).substr(0, nameAt));
+  const std::wstring name = toUtf16(std::string_view(path).substr(nameAt));
   std::wstring full(::GetFullPathNameW(folder.c_str(), 0, nullptr, nullptr), L'\0');
-  full.resize(
-      ::GetFullPathNameW(folder.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+  full.resize(::GetFullPathNameW(folder.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
   if (!full.ends_with(L'\\')) full += L'\\';
   if (!full.starts_with(LR"(\\)"))
     full.insert(0, LR"(\\?\)");
@@ -50,7 +37,7 @@ std::string errorText(DWORD error) {
       error, 0, static_cast<LPWSTR>(text), static_cast<DWORD>(std::size(text)), nullptr);
   std::wstring_view said(static_cast<const wchar_t*>(text), length);
   while (said.ends_with(L' ')) said.remove_suffix(1);
-  return said.empty() ? "error " + std::to_string(error) : narrow(said);
+  return said.empty() ? "error " + std::to_string(error) : toUtf8(said);
 }
 
-}  // namespace kova::platform::local_outlook
+}  // namespace kova::platform::windows_api

@@ -7,6 +7,7 @@
 
 #include "base/text.h"
 #include "platform/com_outlook/link.h"
+#include "platform/windows_api/utf16.h"
 
 namespace kova::platform::com_outlook {
 

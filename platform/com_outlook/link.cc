@@ -6,6 +6,8 @@
 #include <thread>
 #include <utility>
 
+#include "platform/windows_api/utf16.h"
+
 namespace kova::platform::com_outlook {
 
 namespace {

@@ -1,4 +1,5 @@
 #include "platform/com_outlook/values.h"
+#include "platform/windows_api/utf16.h"
 
 #include <gtest/gtest.h>
 

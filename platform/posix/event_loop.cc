@@ -31,59 +31,6 @@ std::uint32_t generationOf(std::uint64_t id) { return static_cast<std::uint32_t>
 
 }  // namespace
 
-class PosixEventLoop::Call final : public EventLoop::Timer {
- public:
-  Call(PosixEventLoop& loop, SteadyTime due, std::uint64_t sequence, std::function<void()> callback)
-      : loop_(&loop), due_(due), sequence_(sequence), callback_(std::move(callback)) {}
-  Call(const Call&) = delete;
-  Call& operator=(const Call&) = delete;
-  ~Call() override { unlink(); }
-
-  SteadyTime due() const { return due_; }
-  std::uint64_t sequence() const { return sequence_; }
-
-  void appendToQueue() {
-    previous_ = loop_->lastCall_;
-    (previous_ ? previous_->next_ : loop_->firstCall_) = this;
-    loop_->lastCall_ = this;
-  }
-  void addToDelayed() {
-    delayed_ = true;
-    loop_->delayedCalls_.insert(this);
-  }
-
-  void unlink() {
-    if (!loop_) return;
-    if (delayed_) {
-      loop_->delayedCalls_.erase(this);
-    } else {
-      (previous_ ? previous_->next_ : loop_->firstCall_) = next_;
-      (next_ ? next_->previous_ : loop_->lastCall_) = previous_;
-    }
-    loop_ = nullptr;
-  }
-
-  /// The call may destroy this object.
-  void run() {
-    unlink();
-    const std::function<void()> callback = std::exchange(callback_, nullptr);
-    callback();
-  }
-
- private:
-  PosixEventLoop* loop_;  // null when the call is done or the loop is gone
-  SteadyTime due_;
-  std::uint64_t sequence_;
-  std::function<void()> callback_;
-  Call* previous_ = nullptr;
-  Call* next_ = nullptr;
-  bool delayed_ = false;
-};
-
-bool PosixEventLoop::Earlier::operator()(const Call* a, const Call* b) const {
-  return a->due() != b->due() ? a->due() < b->due() : a->sequence() < b->sequence();
-}
-
 PosixEventLoop::Watch::Watch(Watch&& other) noexcept
     : loop_(std::exchange(other.loop_, nullptr)), id_(std::exchange(other.id_, 0)) {}
 
@@ -133,25 +80,11 @@ PosixEventLoop::PosixEventLoop()
       fetched_(kFetchedAtOnce),
       roundTime_(steady_clock::now()) {}
 
-PosixEventLoop::~PosixEventLoop() {
-  while (firstCall_) firstCall_->unlink();
-  while (!delayedCalls_.empty()) (*delayedCalls_.begin())->unlink();
-}
+PosixEventLoop::~PosixEventLoop() = default;
 
 std::unique_ptr<EventLoop::Timer> PosixEventLoop::callAfter(milliseconds delay,
                                                             std::function<void()> callback) {
-  const bool delayed = delay > milliseconds::zero();
-  const SteadyTime now = steady_clock::now();
-  // A delay beyond the clock's reach is as good as never.
-  const SteadyTime due = !delayed                                 ? now
-                         : delay < std::chrono::hours(24 * 36500) ? now + delay
-                                                                  : SteadyTime::max();
-  auto call = std::make_unique<Call>(*this, due, nextSequence_++, std::move(callback));
-  if (delayed) {
-    call->addToDelayed();
-  } else {
-    call->appendToQueue();
-  }
+  auto call = calls_.add(delay, std::move(callback));
   armTimerDescriptor();
   return call;
 }
@@ -262,7 +195,7 @@ bool PosixEventLoop::round(int timeoutMs) {
   if (inRound_) return false;  // a callback that pumps the loop would turn one thread's order upside down
   inRound_ = true;
   ++roundNumber_;
-  const std::uint64_t before = nextSequence_;
+  const std::uint64_t before = calls_.nextSequence();
   const int count = ::epoll_wait(epoll_.get(), fetched_.data(), static_cast<int>(fetched_.size()), timeoutMs);
   roundTime_ = steady_clock::now();
   for (int i = 0; i < count; ++i) {
@@ -275,33 +208,11 @@ bool PosixEventLoop::round(int timeoutMs) {
     }
     if (const Watched* watched = this->watched(event.data.u64)) watched->handler->onDescriptor(event.events);
   }
-  const bool called = runDueCalls(before);
+  const bool called = calls_.runDue(before);
   const bool ended = endRound();
   inRound_ = false;
   armTimerDescriptor();
   return count > 0 || called || ended;
-}
-
-PosixEventLoop::Call* PosixEventLoop::nextDueCall(std::uint64_t before, SteadyTime now) const {
-  Call* next = firstCall_ && firstCall_->sequence() < before ? firstCall_ : nullptr;
-  if (!delayedCalls_.empty()) {
-    Call* delayed = *delayedCalls_.begin();
-    if (delayed->due() <= now && delayed->sequence() < before && (!next || Earlier()(delayed, next))) {
-      next = delayed;
-    }
-  }
-  return next;
-}
-
-bool PosixEventLoop::runDueCalls(std::uint64_t before) {
-  if (!firstCall_ && delayedCalls_.empty()) return false;
-  const SteadyTime now = steady_clock::now();
-  bool any = false;
-  while (Call* call = nextDueCall(before, now)) {
-    call->run();
-    any = true;
-  }
-  return any;
 }
 
 bool PosixEventLoop::endRound() {
@@ -314,24 +225,12 @@ bool PosixEventLoop::endRound() {
   return any;
 }
 
-int PosixEventLoop::timeToNextCallMs() const {
-  if (firstCall_ || !roundEndHandlers_.empty()) return 0;
-  if (delayedCalls_.empty()) return -1;
-  const auto wait = (*delayedCalls_.begin())->due() - steady_clock::now();
-  if (wait <= SteadyTime::duration::zero()) return 0;
-  // Rounded up: a wait that ends early would only go round for nothing.
-  const auto ms = std::chrono::ceil<milliseconds>(wait).count();
-  return ms > INT_MAX ? INT_MAX : static_cast<int>(ms);
-}
+int PosixEventLoop::timeToNextCallMs() const { return roundEndHandlers_.empty() ? calls_.timeToNextMs() : 0; }
 
 void PosixEventLoop::armTimerDescriptor() {
   if (!timerDescriptor_ || inRound_ || inSlice_) return;
-  SteadyTime due = SteadyTime::max();
-  if (firstCall_ || !roundEndHandlers_.empty()) {
-    due = SteadyTime() + std::chrono::nanoseconds(1);
-  } else if (!delayedCalls_.empty()) {
-    due = (*delayedCalls_.begin())->due();
-  }
+  const SteadyTime due = roundEndHandlers_.empty() ? calls_.nextDue().value_or(SteadyTime::max())
+                                                   : SteadyTime() + std::chrono::nanoseconds(1);
   if (due == armedFor_) return;
   armedFor_ = due;
   itimerspec spec{};  // all zero: never

@@ -7,9 +7,9 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <set>
 #include <vector>
 
+#include "base/call_queue.h"
 #include "platform/event_loop.h"
 #include "platform/machine.h"
 #include "platform/posix/file_descriptor.h"
@@ -44,7 +44,7 @@ class RoundEndHandler {
 /// zero runs in a later round, so callbacks that ask for each other starve no descriptor.
 class PosixEventLoop final : public EventLoop, public PumpedLoop {
  public:
-  using SteadyTime = std::chrono::steady_clock::time_point;
+  using SteadyTime = base::CallQueue::SteadyTime;
 
   /// A descriptor under watch, until destroyed or reset. The loop, the handler and the descriptor must
   /// outlive it.
@@ -116,10 +116,6 @@ class PosixEventLoop final : public EventLoop, public PumpedLoop {
   std::uint64_t roundNumber() const { return roundNumber_; }
 
  private:
-  class Call;
-  struct Earlier {
-    bool operator()(const Call* a, const Call* b) const;
-  };
   struct Watched {
     DescriptorHandler* handler = nullptr;
     int fd = -1;
@@ -131,8 +127,6 @@ class PosixEventLoop final : public EventLoop, public PumpedLoop {
   void endWatch(std::uint64_t id, bool tellKernel);
   /// True when anything was called.
   bool round(int timeoutMs);
-  bool runDueCalls(std::uint64_t before);
-  Call* nextDueCall(std::uint64_t before, SteadyTime now) const;
   bool endRound();
   /// For epoll_wait: 0 when something is to be done, -1 when there is no timer.
   int timeToNextCallMs() const;
@@ -146,12 +140,7 @@ class PosixEventLoop final : public EventLoop, public PumpedLoop {
   std::vector<std::uint32_t> freeWatches_;
   std::vector<epoll_event> fetched_;
 
-  // Calls without delay, in order, and the others by due time. Both are owned by whoever asked.
-  Call* firstCall_ = nullptr;
-  Call* lastCall_ = nullptr;
-  std::set<Call*, Earlier> delayedCalls_;
-  std::uint64_t nextSequence_ = 1;
-
+  base::CallQueue calls_;
   std::vector<RoundEndHandler*> roundEndHandlers_;
   SteadyTime roundTime_;
   std::uint64_t roundNumber_ = 0;

@@ -10,6 +10,7 @@
 #include <span>
 #include <utility>
 
+#include "platform/posix/input_file.h"
 #include "platform/posix/socket_errors.h"
 
 namespace kova::platform::posix {
@@ -20,71 +21,19 @@ namespace {
 /// have the kernel fetch them.
 constexpr std::size_t kCopied = std::size_t{16} * 1024;
 
-}  // namespace
-
-void Outgoing::add(std::string_view bytes) {
-  if (bytes.empty()) return;
-  if (segments_.empty() || segments_.back().count > 0) segments_.emplace_back();
-  segments_.back().bytes.append(bytes);
-  size_ += bytes.size();
-  inMemory_ += bytes.size();
-}
-
-bool Outgoing::extend(const InputFile& file, std::int64_t offset, std::size_t count) {
-  if (segments_.empty() || segments_.back().count == 0) return false;
-  Segment& last = segments_.back();
-  if (last.file.get() != &file || last.offset + static_cast<std::int64_t>(last.count) != offset) return false;
-  last.count += count;
-  size_ += count;
-  return true;
-}
-
-void Outgoing::add(const std::shared_ptr<InputFile>& file, int descriptor, std::int64_t offset,
-                   std::size_t count) {
-  if (count == 0) return;
-  size_ += count;
-  if (segments_.empty() || segments_.back().count > 0) segments_.emplace_back();
-  Segment& segment = segments_.back();
-  segment.file = file;
-  segment.descriptor = descriptor;
-  segment.offset = offset;
-  segment.count = count;
-}
-
-void Outgoing::clear() {
-  segments_.clear();
-  sent_ = 0;
-  size_ = 0;
-  inMemory_ = 0;
-}
-
-void Outgoing::takeOff(std::size_t count) {
-  Segment& first = segments_.front();
-  size_ -= count;
-  const std::size_t ofBytes = std::min(count, first.bytes.size() - sent_);
-  sent_ += ofBytes;
-  inMemory_ -= ofBytes;
-  if (sent_ == first.bytes.size() && sent_ > 0) {
-    first.bytes = std::string();  // frees them, which clear() would not
-    sent_ = 0;
-  }
-  first.offset += static_cast<std::int64_t>(count - ofBytes);
-  first.count -= count - ofBytes;
-  if (first.bytes.empty() && first.count == 0) segments_.erase(segments_.begin());
-}
-
-long Outgoing::sendCopied(int socket, int flags, bool& unreadable) {
-  const Segment& first = segments_.front();
+long sendCopied(const base::Outgoing& outgoing, int socket, int flags, bool& unreadable) {
+  const auto first = outgoing.firstRange();
+  const std::string_view bytes = outgoing.firstBytes();
   std::array<char, kCopied> piece;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled by the read
   const std::span<char> wanted = std::span(piece).first(std::min(first.count, kCopied));
   const long got = first.file->readAt(first.offset, wanted);
   if (got <= 0) {
-    unreadable = firstBytes().empty();
-    return unreadable ? -1 : ::send(socket, firstBytes().data(), firstBytes().size(), flags & ~MSG_MORE);
+    unreadable = bytes.empty();
+    return unreadable ? -1 : ::send(socket, bytes.data(), bytes.size(), flags & ~MSG_MORE);
   }
   // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): the kernel only reads them
-  std::array<iovec, 2> parts{{{const_cast<char*>(firstBytes().data()), firstBytes().size()},
-                              {piece.data(), static_cast<std::size_t>(got)}}};
+  std::array<iovec, 2> parts{
+      {{const_cast<char*>(bytes.data()), bytes.size()}, {piece.data(), static_cast<std::size_t>(got)}}};
   msghdr message{};
   message.msg_iov = parts.data();
   message.msg_iovlen = parts.size();
@@ -92,32 +41,37 @@ long Outgoing::sendCopied(int socket, int flags, bool& unreadable) {
   return ::sendmsg(socket, &message, flags);
 }
 
-long Outgoing::sendOnce(int socket, std::size_t limit, bool more, bool& unreadable) {
-  const Segment& first = segments_.front();
+/// One call of the kernel: the count, or -1 with errno. `unreadable` is set when it was a file's fault.
+long sendOnce(const base::Outgoing& outgoing, int socket, std::size_t limit, bool more, bool& unreadable) {
+  const auto first = outgoing.firstRange();
   constexpr int kFlags = MSG_NOSIGNAL | MSG_DONTWAIT;
-  const int moreFlag = more || segments_.size() > 1 ? MSG_MORE : 0;
-  if (first.count > 0 && first.count <= kCopied) return sendCopied(socket, kFlags | moreFlag, unreadable);
-  if (const std::string_view bytes = firstBytes(); !bytes.empty()) {
+  const int moreFlag = more || outgoing.moreBehind() ? MSG_MORE : 0;
+  if (first.count > 0 && first.count <= kCopied)
+    return sendCopied(outgoing, socket, kFlags | moreFlag, unreadable);
+  if (const std::string_view bytes = outgoing.firstBytes(); !bytes.empty()) {
     return ::send(socket, bytes.data(), bytes.size(), kFlags | (first.count > 0 ? MSG_MORE : moreFlag));
   }
   off_t offset = first.offset;
-  const ssize_t count = ::sendfile(socket, first.descriptor, &offset, std::min(first.count, limit));
+  const ssize_t count = ::sendfile(socket, static_cast<const PosixInputFile*>(first.file)->descriptor(),
+                                   &offset, std::min(first.count, limit));
   // Some file systems cannot do this.
   if (count < 0 && (errno == EINVAL || errno == ENOSYS))
-    return sendCopied(socket, kFlags | moreFlag, unreadable);
+    return sendCopied(outgoing, socket, kFlags | moreFlag, unreadable);
   unreadable =
       count == 0 || (count < 0 && (errno == EIO || errno == EISDIR || errno == EBADF || errno == ESTALE));
   return count == 0 ? -1 : count;
 }
 
-int Outgoing::send(int socket, std::size_t limit, bool more) {
-  const std::size_t before = size_;
-  while (!empty() && before - size_ < limit) {
+}  // namespace
+
+int send(base::Outgoing& outgoing, int socket, std::size_t limit, bool more) {
+  const std::size_t before = outgoing.size();
+  while (!outgoing.empty() && before - outgoing.size() < limit) {
     bool unreadable = false;
-    const long count = sendOnce(socket, limit - (before - size_), more, unreadable);
+    const long count = sendOnce(outgoing, socket, limit - (before - outgoing.size()), more, unreadable);
     if (unreadable) return kFileUnreadable;
     if (count >= 0) {
-      takeOff(static_cast<std::size_t>(count));
+      outgoing.takeOff(static_cast<std::size_t>(count));
       continue;
     }
     if (errno == EINTR) continue;

@@ -58,7 +58,7 @@ int unacknowledged(const FileDescriptor& socket) {
 }
 
 int errorNumber(int error) {
-  return error == Outgoing::kFileUnreadable ? socket_error::kFileUnreadable : socketErrorOf(error);
+  return error == kFileUnreadable ? socket_error::kFileUnreadable : socketErrorOf(error);
 }
 
 struct TraceSettings {
@@ -85,7 +85,7 @@ class PosixSocketFactory::Shared final : private RoundEndHandler {
   ~Shared();
 
   /// Where the socket that writes at present gathers its bytes.
-  Outgoing& gatheredFor(Connection& writer);
+  base::Outgoing& gatheredFor(Connection& writer);
   bool gathers(const Connection& writer) const { return gatheredFrom_ == &writer; }
   void clearGathered() {
     gathered_.clear();
@@ -98,7 +98,7 @@ class PosixSocketFactory::Shared final : private RoundEndHandler {
     if (gatheredFrom_ == &connection) clearGathered();
   }
 
-  void linger(FileDescriptor descriptor, PosixEventLoop::Watch watch, Outgoing held, bool peerClosed);
+  void linger(FileDescriptor descriptor, PosixEventLoop::Watch watch, base::Outgoing held, bool peerClosed);
   void endLingering(std::list<Lingering>::iterator place) { lingering_.erase(place); }
   bool lingering() const { return !lingering_.empty(); }
 
@@ -116,7 +116,7 @@ class PosixSocketFactory::Shared final : private RoundEndHandler {
   void sweepSoon();
   void sweep();
 
-  Outgoing gathered_;
+  base::Outgoing gathered_;
   Connection* gatheredFrom_ = nullptr;
   std::vector<Connection*> connections_;
   std::list<Lingering> lingering_;
@@ -129,7 +129,7 @@ class PosixSocketFactory::Shared final : private RoundEndHandler {
 /// that destroys what is under way to him.
 class PosixSocketFactory::Lingering final : public DescriptorHandler {
  public:
-  Lingering(Shared& shared, FileDescriptor descriptor, PosixEventLoop::Watch watch, Outgoing held,
+  Lingering(Shared& shared, FileDescriptor descriptor, PosixEventLoop::Watch watch, base::Outgoing held,
             bool peerClosed)
       : shared_(shared),
         descriptor_(std::move(descriptor)),
@@ -173,7 +173,7 @@ class PosixSocketFactory::Lingering final : public DescriptorHandler {
   bool sendHeld() {
     if (held_.empty()) return true;
     const std::size_t before = held_.size();
-    if (held_.send(descriptor_.get(), kRoundShare, true) != 0) return false;
+    if (send(held_, descriptor_.get(), kRoundShare, true) != 0) return false;
     if (held_.size() < before) lastProgress_ = shared_.loop.roundTime();
     if (held_.empty()) {
       started_ = lastProgress_;
@@ -198,7 +198,7 @@ class PosixSocketFactory::Lingering final : public DescriptorHandler {
   Shared& shared_;
   FileDescriptor descriptor_;
   PosixEventLoop::Watch watch_;
-  Outgoing held_;
+  base::Outgoing held_;
   bool peerClosed_;
   int queued_ = -1;
   SteadyTime started_;
@@ -335,7 +335,7 @@ class PosixSocketFactory::Connection final : public Socket, private DescriptorHa
 
   // Connected.
   std::string peerAddress_;
-  Outgoing held_;
+  base::Outgoing held_;
   std::uint64_t writeRound_ = 0;
   std::size_t writtenInRound_ = 0;
   bool hadItsShare_ = false;  // of this round: the next write is to wait for the next one
@@ -355,7 +355,7 @@ PosixSocketFactory::Shared::Shared(PosixEventLoop& eventLoop, SocketLimits socke
 
 PosixSocketFactory::Shared::~Shared() { loop.cancelRoundEnd(*this); }
 
-Outgoing& PosixSocketFactory::Shared::gatheredFor(Connection& writer) {
+base::Outgoing& PosixSocketFactory::Shared::gatheredFor(Connection& writer) {
   if (gatheredFrom_ != &writer) {
     if (gatheredFrom_) gatheredFrom_->flush(false);
     gatheredFrom_ = &writer;
@@ -374,8 +374,8 @@ void PosixSocketFactory::Shared::add(Connection& connection) {
   sweepSoon();
 }
 
-void PosixSocketFactory::Shared::linger(FileDescriptor descriptor, PosixEventLoop::Watch watch, Outgoing held,
-                                        bool peerClosed) {
+void PosixSocketFactory::Shared::linger(FileDescriptor descriptor, PosixEventLoop::Watch watch,
+                                        base::Outgoing held, bool peerClosed) {
   lingering_.emplace_back(*this, std::move(descriptor), std::move(watch), std::move(held), peerClosed);
   lingering_.back().place = std::prev(lingering_.end());
   if (lingering_.size() > limits.lingering) {
@@ -553,7 +553,7 @@ int PosixSocketFactory::Connection::disconnect() {
     shared_.remove(*this);
   }
   // What a file could still give is on its way, even when the rest will never come.
-  const bool reachable = broken_ == 0 || broken_ == Outgoing::kFileUnreadable;
+  const bool reachable = broken_ == 0 || broken_ == kFileUnreadable;
   const bool lingers = state_ == State::kConnected && reachable && (!peerClosed_ || !held_.empty());
   state_ = State::kIdle;
   if (lingers) {
@@ -643,9 +643,9 @@ long PosixSocketFactory::Connection::writeFile(std::string_view head, const std:
   }
   const std::size_t size = head.size() + count;
   if (error == 0 && size > 0) {
-    Outgoing& outgoing = shared_.gatheredFor(*this);
+    base::Outgoing& outgoing = shared_.gatheredFor(*this);
     outgoing.add(head);
-    outgoing.add(file, onDisk->descriptor(), offset, count);
+    outgoing.add(file, offset, count);
     error = gathered(size);
   }
   const long result = error == 0 ? static_cast<long>(size) : -1;
@@ -656,8 +656,8 @@ long PosixSocketFactory::Connection::writeFile(std::string_view head, const std:
 
 int PosixSocketFactory::Connection::flush(bool more) {
   if (shared_.gathers(*this)) {
-    Outgoing& outgoing = shared_.gatheredFor(*this);
-    if (broken_ == 0) broken_ = outgoing.send(descriptor_.get(), kRoundShare, more);
+    base::Outgoing& outgoing = shared_.gatheredFor(*this);
+    if (broken_ == 0) broken_ = send(outgoing, descriptor_.get(), kRoundShare, more);
     if (broken_ == 0 && !outgoing.empty()) held_ = std::move(outgoing);
     shared_.clearGathered();
     watch_.setEvents(wantedEvents());
@@ -667,7 +667,7 @@ int PosixSocketFactory::Connection::flush(bool more) {
 
 void PosixSocketFactory::Connection::sendHeld() {
   const std::size_t before = held_.size();
-  const int error = held_.send(descriptor_.get(), kRoundShare, false);
+  const int error = send(held_, descriptor_.get(), kRoundShare, false);
   if (error != 0) {
     held_.clear();
     tellEnded(error);

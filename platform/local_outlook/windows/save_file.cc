@@ -1,35 +1,11 @@
 #include "platform/local_outlook/save_file.h"
 
-#include <windows.h>
-// After windows.h, on which it stands.
-#include <sddl.h>
-
-#include <algorithm>
-#include <memory>
-
 #include "platform/local_outlook/read_file.h"
 #include "platform/windows_api/disk.h"
+#include "platform/windows_api/owners_only.h"
 
 namespace kova::platform::local_outlook {
 namespace {
-
-/// Rights for the owner, and for the system and its administrators, from whom nothing can be kept.
-class OwnersOnly {
- public:
-  OwnersOnly() {
-    PSECURITY_DESCRIPTOR made = nullptr;
-    if (::ConvertStringSecurityDescriptorToSecurityDescriptorW(
-            L"D:P(A;OICI;FA;;;OW)(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)", SDDL_REVISION_1, &made, nullptr) != 0)
-      descriptor_.reset(made);
-    attributes_.lpSecurityDescriptor = descriptor_.get();
-  }
-  /// Null when there is no memory for them.
-  SECURITY_ATTRIBUTES* get() { return descriptor_ ? &attributes_ : nullptr; }
-
- private:
-  std::unique_ptr<void, HLOCAL (*)(HLOCAL)> descriptor_{nullptr, &::LocalFree};
-  SECURITY_ATTRIBUTES attributes_{sizeof(SECURITY_ATTRIBUTES), nullptr, FALSE};
-};
 
 std::string failure(const std::string& what, DWORD error) {
   return what + ": " + windows_api::errorText(error);
@@ -50,22 +26,10 @@ std::string makeFolders(const std::string& path, SECURITY_ATTRIBUTES* rights) {
   return error == ERROR_ALREADY_EXISTS ? "" : failure("cannot make the folder " + path, error);
 }
 
-bool writeAll(HANDLE file, std::string_view bytes) {
-  constexpr std::size_t kAtOnce = std::size_t{64} << 20;
-  while (!bytes.empty()) {
-    DWORD written = 0;
-    if (::WriteFile(file, bytes.data(), static_cast<DWORD>(std::min(bytes.size(), kAtOnce)), &written,
-                    nullptr) == 0)
-      return false;
-    bytes.remove_prefix(written);
-  }
-  return true;
-}
-
 }  // namespace
 
 std::string saveNewFile(const std::string& folder, const std::string& name, std::string_view bytes) {
-  OwnersOnly rights;
+  windows_api::OwnersOnly rights;
   if (rights.get() == nullptr) return failure(folder, ERROR_NOT_ENOUGH_MEMORY);
   std::string where = folder;
   while (where.size() > 1 && (where.back() == '/' || where.back() == '\\')) where.pop_back();
@@ -76,7 +40,7 @@ std::string saveNewFile(const std::string& folder, const std::string& name, std:
                                                FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!file) return failure(where, ::GetLastError());
   const std::wstring saved = windows_api::diskPath(where + kSeparator + name);
-  if (!writeAll(file.get(), bytes) || ::FlushFileBuffers(file.get()) == 0 || !file.reset() ||
+  if (!windows_api::writeAll(file.get(), bytes) || ::FlushFileBuffers(file.get()) == 0 || !file.reset() ||
       ::MoveFileExW(temporary.c_str(), saved.c_str(), MOVEFILE_WRITE_THROUGH) == 0) {
     std::string problem = failure(where + kSeparator + name, ::GetLastError());
     file.reset();

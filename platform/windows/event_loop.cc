@@ -73,9 +73,12 @@ WindowsEventLoop::WindowsEventLoop() : lastWatch_(kLastWatch), roundTime_(steady
   // A program without its event loop cannot even say so; this ends it at its start.
   if (::RegisterClassExW(&type) == 0 && ::GetLastError() != ERROR_CLASS_ALREADY_EXISTS)
     throw failure("RegisterClassEx");
-  // Not one for messages only: to those nobody says that the session ends.
-  window_ = ::CreateWindowExW(WS_EX_TOOLWINDOW, kClassName, L"", WS_POPUP, 0, 0, 0, 0, nullptr, nullptr,
-                              type.hInstance, nullptr);
+  // Rather not one for messages only: to those nobody says that the session ends.
+  for (const HWND parent : {HWND{}, HWND_MESSAGE}) {
+    if (window_) break;
+    window_ = ::CreateWindowExW(WS_EX_TOOLWINDOW, kClassName, L"", WS_POPUP, 0, 0, 0, 0, parent, nullptr,
+                                type.hInstance, nullptr);
+  }
   if (!window_) throw failure("CreateWindowEx");
   ::SetWindowLongPtrW(window_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
   mailbox_->window_ = window_;

@@ -1,6 +1,7 @@
 #include "platform/windows/files.h"
 
 #include <algorithm>
+#include <random>
 #include <string>
 
 #include "platform/windows_api/disk.h"
@@ -130,6 +131,14 @@ bool removeAtOnce(const std::wstring& name) {
   return file && ::SetFileInformationByHandle(file.get(), kDispositionEx, &flags, sizeof flags) != 0;
 }
 
+/// Elsewhere a file that somebody has open keeps a name until he closes it: one that nobody knows.
+bool removeUnderAnotherName(const std::wstring& name) {
+  std::random_device random;
+  const std::wstring other = name + L"." + std::to_wstring(random()) + std::to_wstring(random());
+  const bool renamed = ::MoveFileExW(name.c_str(), other.c_str(), 0) != 0;
+  return ::DeleteFileW(renamed ? other.c_str() : name.c_str()) != 0;
+}
+
 }  // namespace
 
 FileResult<std::int64_t> WindowsFiles::length(const std::string& path) {
@@ -195,7 +204,7 @@ bool WindowsFiles::remove(const std::string& path) {
   const std::wstring name = diskPath(path);
   const DWORD attributes = ::GetFileAttributesW(name.c_str());
   if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return false;
-  return removeAtOnce(name) || ::DeleteFileW(name.c_str()) != 0;
+  return removeAtOnce(name) || removeUnderAnotherName(name);
 }
 
 std::string WindowsFiles::canonical(const std::string& path) const { return windows_api::canonical(path); }

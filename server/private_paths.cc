@@ -4,6 +4,15 @@
 
 namespace kova::server {
 
+namespace {
+
+std::string joined(std::string folder, std::string_view name, char separator) {
+  if (!folder.ends_with(separator)) folder += separator;
+  return folder.append(name);
+}
+
+}  // namespace
+
 PrivatePaths::PrivatePaths(const platform::Files& files, const std::vector<std::string>& paths)
     : files_(files) {
   const char separators[] = {'/', files.separator(), '\0'};
@@ -14,7 +23,7 @@ PrivatePaths::PrivatePaths(const platform::Files& files, const std::vector<std::
     const std::string own = path.substr(0, path.find_last_not_of(separators) + 1);
     const auto nameAt = own.find_last_of(separators) + 1;
     if (const auto name = files.nameBelow(std::string_view(own).substr(nameAt)))
-      names.push_back(files.canonical(own.substr(0, nameAt).append(".")) + files.separator() + *name);
+      names.push_back(joined(files.canonical(own.substr(0, nameAt).append(".")), *name, files.separator()));
     for (const std::string& each : names) {
       paths_.push_back(each);
       paths_.push_back(each + beside);
@@ -22,7 +31,6 @@ PrivatePaths::PrivatePaths(const platform::Files& files, const std::vector<std::
   }
 }
 
-/// True when `path` is `folder` or lies in it.
 bool PrivatePaths::within(std::string_view path, std::string_view folder) const {
   if (!path.starts_with(folder)) return false;
   return path.size() == folder.size() || folder.ends_with(files_.separator()) ||
@@ -38,9 +46,7 @@ bool PrivatePaths::hold(const std::string& pageDirectory, std::string_view name)
     });
   }
   if (!anyInside_) return false;
-  std::string full = canonicalDirectory_;
-  if (!full.ends_with(files_.separator())) full += files_.separator();
-  full += name;
+  const std::string full = joined(canonicalDirectory_, name, files_.separator());
   return std::any_of(paths_.begin(), paths_.end(),
                      [this, &full](const std::string& each) { return within(full, each); });
 }

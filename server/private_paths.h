@@ -22,6 +22,7 @@ class PrivatePaths {
   bool hold(const std::string& pageDirectory, std::string_view name);
 
  private:
+  /// True when `path` is `folder` or lies in it.
   bool within(std::string_view path, std::string_view folder) const;
 
   const platform::Files& files_;

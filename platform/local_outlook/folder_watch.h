@@ -54,8 +54,8 @@ class FolderWatch {
 
   /// Tells of every file with an accepted name. False when the folder cannot be read.
   bool readAll(const Accepts& accepts, const Found& found);
-  /// Tells of these names; they have no state when there is no file of that name. False when the folder cannot
-  /// be read.
+  /// Tells of these names; they have no state when there is no file of that name. False when the folder
+  /// cannot be read.
   bool read(const std::vector<std::string>& names, const Found& found);
 
   /// Why the folder cannot be read; "" when it is not there, which is no problem.

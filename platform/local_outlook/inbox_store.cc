@@ -15,8 +15,9 @@ namespace {
 /// The flags of a message stand behind ":2," in its name. Where a name can have no colon, mail programs write
 /// ";" or "!" for it.
 bool isSeen(std::string_view name) {
-  for (auto mark = name.rfind("2,"); mark != std::string_view::npos && mark > 0; mark = name.rfind("2,", mark - 1))
-    if (std::string_view(":;!").find(name[mark - 1]) != std::string_view::npos) 
+  for (auto mark = name.rfind("2,"); mark != std::string_view::npos && mark > 0;
+       mark = name.rfind("2,", mark - 1))
+    if (std::string_view(":;!").find(name[mark - 1]) != std::string_view::npos)
       return name.substr(mark + 2).find('S') != std::string_view::npos;
   return false;
 }

@@ -21,8 +21,8 @@ void readTimeZone();
 /// What the owner's clock shows at an instant.
 WallTime localFromInstant(Instant instant);
 
-/// The instant at which the owner's clock shows this. Of an hour that comes twice the first is meant; one that
-/// the clock leaves out is counted from before the change (RFC 5545 3.3.5).
+/// The instant at which the owner's clock shows this. Of an hour that comes twice the first is meant; one
+/// that the clock leaves out is counted from before the change (RFC 5545 3.3.5).
 Instant instantFromLocal(WallTime wall);
 
 }  // namespace kova::platform::local_outlook

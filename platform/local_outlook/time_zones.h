@@ -55,8 +55,8 @@ class ZoneCache {
   const TimeZone& utc() const { return utc_; }
   /// A zone from the text of a VTIMEZONE; empty when it makes no sense.
   std::optional<DefinedZone> fromDefinition(const std::string& vtimezone);
-  /// A zone of the system (systemZone) by a name such as "Europe/Berlin", with or without something before it;
-  /// empty if unknown.
+  /// A zone of the system (systemZone) by a name such as "Europe/Berlin", with or without something before
+  /// it; empty if unknown.
   std::optional<TimeZone> fromSystem(const std::string& tzid);
 
  private:

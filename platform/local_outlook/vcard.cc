@@ -124,8 +124,7 @@ class CardReader {
     const Types types = typesOf(line);
     if (types.isBinary) return;
     std::string value = types.isQuotedPrintable ? decodeHexPairs(line.value, '=') : std::string(line.value);
-    if (types.isQuotedPrintable || !base::validUtf8(value))
-      value = fromCharset(value, types.charset);
+    if (types.isQuotedPrintable || !base::validUtf8(value)) value = fromCharset(value, types.charset);
 
     if (line.name == "N" && !hasName_) {
       hasName_ = true;

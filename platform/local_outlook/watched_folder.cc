@@ -49,8 +49,9 @@ WatchedFolder::Changes WatchedFolder::refresh() {
   Changes changes;
   std::unordered_set<std::string> reported;
   const FolderWatch::News news = watch_.ask(reported);
-  const bool complete = news == FolderWatch::News::kSome ? lookAt(reported, changes)
-                                                         : news == FolderWatch::News::kUnknown && scan(changes);
+  const bool complete = news == FolderWatch::News::kSome
+                            ? lookAt(reported, changes)
+                            : news == FolderWatch::News::kUnknown && scan(changes);
   if (!complete) {
     forgetAll(changes);
     changes.toRead.clear();
@@ -125,7 +126,8 @@ bool WatchedFolder::scan(Changes& changes) {
   return true;
 }
 
-/// Compares the files that were reported and those that are not watched. False when the folder cannot be read.
+/// Compares the files that were reported and those that are not watched. False when the folder cannot be
+/// read.
 bool WatchedFolder::lookAt(const std::unordered_set<std::string>& reported, Changes& changes) {
   std::vector<std::string> names;
   for (const std::string& name : reported)

@@ -60,7 +60,7 @@ class WatchedFolder {
     std::string problem;
     FileStamp problemStamp;
     bool present = false;
-    bool recent = false;     // so new that another change may leave the same stamp
+    bool recent = false;  // so new that another change may leave the same stamp
     bool regular = false;
     std::uint32_t seenInScan = 0;
   };

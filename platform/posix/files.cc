@@ -175,6 +175,7 @@ std::string PosixFiles::canonical(const std::string& path) const {
 std::optional<std::string> PosixFiles::nameBelow(std::string_view path) const {
   if (path.find('\0') != std::string_view::npos) return std::nullopt;
   std::string name;
+  name.reserve(path.size());
   while (!path.empty()) {
     const std::string_view part = path.substr(0, path.find('/'));
     path.remove_prefix(std::min(part.size() + 1, path.size()));

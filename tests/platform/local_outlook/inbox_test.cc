@@ -1,8 +1,9 @@
-#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <sys/stat.h>
 
-#include "local_outlook_fixture.h"
+#include <algorithm>
+#include <chrono>
+
+#include "platform/local_outlook/local_outlook_fixture.h"
 
 namespace kova::platform::local_outlook {
 namespace {
@@ -17,9 +18,15 @@ class InboxTest : public LocalOutlookTest {
   std::string deliver(const std::string& name, const std::string& text, int minute = 0) {
     const auto slash = name.find('/');
     const std::string path = write(folders.inbox + "/" + name.substr(0, slash), name.substr(slash + 1), text);
-    const timespec times[] = {{1773482400 + minute * 60, 0}, {1773482400 + minute * 60, 0}};
-    ::utimensat(AT_FDCWD, path.c_str(), times, 0);
+    const std::chrono::sys_seconds received{std::chrono::seconds(1773482400 + minute * 60)};
+    fs::last_write_time(path, fs::file_time_type::clock::from_sys(received));
     return path;
+  }
+
+  /// The name of a message with flags, "b:2,S", as it can stand on this system's disks.
+  static std::string flagged(std::string name) {
+    std::ranges::replace(name, ':', kFlagMark);
+    return name;
   }
 
   Lines list() {
@@ -42,11 +49,11 @@ class InboxTest : public LocalOutlookTest {
 
 TEST_F(InboxTest, FlagsTimesAndOrder) {
   EXPECT_THAT(list(), IsEmpty());
-  deliver("cur/b:2,RS", "Subject: read\n\n", 3);
-  deliver("cur/c:2,", "Subject: seen by nobody\n\n", 2);
+  deliver(flagged("cur/b:2,RS"), "Subject: read\n\n", 3);
+  deliver(flagged("cur/c:2,"), "Subject: seen by nobody\n\n", 2);
   deliver("cur/d", "Subject: without flags\n\n", 5);
-  deliver("cur/e:2,FS:2,F", "Subject: odd name\n\n", 6);
-  deliver("new/f:2,S", "Subject: in new\n\n", 1);
+  deliver(flagged("cur/e:2,FS:2,F"), "Subject: odd name\n\n", 6);
+  deliver(flagged("new/f:2,S"), "Subject: in new\n\n", 1);
   deliver("new/.hidden", "Subject: hidden\n\n");
   deliver("tmp/g", "Subject: on its way\n\n");
   EXPECT_THAT(list(), ElementsAre("11:01 new in new", "11:02 new seen by nobody", "11:03 old read",
@@ -55,8 +62,8 @@ TEST_F(InboxTest, FlagsTimesAndOrder) {
   EXPECT_FALSE(items(FolderNumber::kInbox)->sort("[Start]"));
 
   // Read in another program.
-  fs::rename(folders.inbox + "/cur/c:2,", folders.inbox + "/cur/c:2,S");
-  fs::rename(folders.inbox + "/new/f:2,S", folders.inbox + "/cur/f:2,S");
+  fs::rename(folders.inbox + flagged("/cur/c:2,"), folders.inbox + flagged("/cur/c:2,S"));
+  fs::rename(folders.inbox + flagged("/new/f:2,S"), folders.inbox + flagged("/cur/f:2,S"));
   fs::remove(folders.inbox + "/cur/d");
   EXPECT_THAT(list(), ElementsAre("11:01 old in new", "11:02 old seen by nobody", "11:03 old read",
                                   "11:06 new odd name"));
@@ -64,6 +71,14 @@ TEST_F(InboxTest, FlagsTimesAndOrder) {
   EXPECT_THAT(list(), testing::Contains("11:04 new one more"));
   deliver("new/h", "Subject: corrected\n\n", 4);
   EXPECT_THAT(list(), testing::Contains("11:04 new corrected"));
+}
+
+TEST_F(InboxTest, FlagsAsOtherProgramsWriteThem) {
+  int minute = 0;
+  for (const char* name : {"a;2,S", "b!2,FS", "c;2,", "d2,S", "2,S", "e!2,S;2,F", "f-2,S", "g;2,RS;2,S"})
+    deliver(std::string("cur/") + name, "Subject: x\n\n", minute++);
+  EXPECT_THAT(list(), ElementsAre("11:00 old x", "11:01 old x", "11:02 new x", "11:03 new x", "11:04 new x",
+                                  "11:05 new x", "11:06 new x", "11:07 old x"));
 }
 
 TEST_F(InboxTest, Subjects) {

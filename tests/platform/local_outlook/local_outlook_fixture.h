@@ -1,17 +1,18 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
-#include <time.h>
 
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <random>
 #include <string>
 #include <vector>
 
 #include "base/date_format.h"
+#include "base/path.h"
 #include "platform/local_outlook/local_outlook.h"
+#include "platform/local_outlook/this_system.h"
 
 namespace kova::platform::local_outlook {
 
@@ -22,30 +23,31 @@ using Lines = std::vector<std::string>;
 /// Five folders on disk, made by nobody yet, in the time zone Europe/Berlin.
 class LocalOutlookTest : public testing::Test {
  protected:
-  LocalOutlookTest() {
-    std::string name = testing::TempDir() + "local_outlook.XXXXXX";
-    root = ::mkdtemp(name.data());
-    useTimeZone("Europe/Berlin");
-  }
-  ~LocalOutlookTest() override { std::filesystem::remove_all(root); }
-
-  void useTimeZone(const char* zone) {
-    ::setenv("TZ", zone, 1);
-    ::tzset();
+  LocalOutlookTest() : root(testing::TempDir() + "local_outlook." + std::to_string(std::random_device()())) {
+    std::filesystem::create_directory(base::toPath(root));
+    hasBerlinsClock = useClockOf("Europe/Berlin");
     folders = {root + "/calendar", root + "/contacts", root + "/tasks", root + "/notes", root + "/inbox"};
+    start();
+  }
+  ~LocalOutlookTest() override { std::filesystem::remove_all(base::toPath(root)); }
+
+  void SetUp() override { ASSERT_TRUE(hasBerlinsClock) << "Set the time zone of this machine to Berlin's."; }
+
+  /// As the program does at its start, with the folders and the clock as they are.
+  void start() {
     automation =
         std::make_unique<LocalOutlook>(folders, [this](const std::string& line) { log.push_back(line); });
   }
 
   std::string write(const std::string& folder, const std::string& name, const std::string& text) {
-    std::filesystem::create_directories(folder);
+    std::filesystem::create_directories(base::toPath(folder));
     const std::string path = folder + "/" + name;
-    std::ofstream(path, std::ios::binary) << text;
+    std::ofstream(base::toPath(path), std::ios::binary) << text;
     return path;
   }
 
   static std::string read(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
+    std::ifstream in(base::toPath(path), std::ios::binary);
     return {std::istreambuf_iterator<char>(in), {}};
   }
 
@@ -129,6 +131,7 @@ class LocalOutlookTest : public testing::Test {
   }
 
   std::string root;
+  bool hasBerlinsClock = false;
   Folders folders;
   Lines log;
   std::unique_ptr<LocalOutlook> automation;

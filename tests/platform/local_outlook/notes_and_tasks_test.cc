@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "local_outlook_fixture.h"
+#include "platform/local_outlook/local_outlook_fixture.h"
 
 namespace kova::platform::local_outlook {
 namespace {

@@ -1,13 +1,9 @@
 #include <gmock/gmock.h>
 #include <libical/ical.h>
-#include <signal.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <functional>
 
-#include "local_outlook_fixture.h"
+#include "platform/local_outlook/saving_fixture.h"
 
 namespace kova::platform::local_outlook {
 namespace {
@@ -16,44 +12,6 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-class SavingTest : public LocalOutlookTest {
- protected:
-  std::unique_ptr<Item> make(ItemNumber number) {
-    return automation->createObject("Outlook.Application")->createItem(number);
-  }
-
-  std::unique_ptr<Item> meeting(const std::string& title, const DateTime& start, long duration,
-                                long reminder) {
-    auto item = make(ItemNumber::kAppointment);
-    EXPECT_TRUE(item->setDate(DateProperty::kStart, start));
-    EXPECT_TRUE(item->setNumber(NumberProperty::kDuration, duration));
-    EXPECT_TRUE(item->setText(TextProperty::kSubject, title));
-    EXPECT_TRUE(item->setText(TextProperty::kBody, "entered via cell phone"));
-    EXPECT_TRUE(item->setText(TextProperty::kLocation, ""));
-    EXPECT_TRUE(item->setNumber(NumberProperty::kReminderMinutesBeforeStart, reminder));
-    EXPECT_TRUE(item->setFlag(FlagProperty::kReminderSet, true));
-    return item;
-  }
-
-  bool saveNote(const std::string& body) {
-    const auto note = make(ItemNumber::kNote);
-    return note->setText(TextProperty::kBody, body) && note->save();
-  }
-
-  /// Every file in a folder, hidden ones included.
-  static Lines filesIn(const std::string& folder) {
-    Lines names;
-    if (fs::is_directory(folder))
-      for (const auto& entry : fs::directory_iterator(folder)) names.push_back(entry.path().filename());
-    return names;
-  }
-  static std::string onlyFileIn(const std::string& folder) {
-    const Lines names = filesIn(folder);
-    EXPECT_EQ(names.size(), 1u) << testing::PrintToString(names);
-    return names.empty() ? "" : folder + "/" + names.front();
-  }
-};
 
 /// The file as the library reads it, which had no part in writing it.
 struct Parsed {
@@ -245,8 +203,7 @@ TEST_F(SavingTest, ManyItemsStandInTheirOrder) {
 
 TEST_F(SavingTest, MissingFoldersAreMade) {
   folders.notes = root + "/a/b/c/notes/";
-  automation =
-      std::make_unique<LocalOutlook>(folders, [this](const std::string& line) { log.push_back(line); });
+  start();
   EXPECT_THAT(texts(FolderNumber::kNotes, TextProperty::kBody), IsEmpty());
   ASSERT_TRUE(saveNote("deep"));
   EXPECT_THAT(texts(FolderNumber::kNotes, TextProperty::kBody), ElementsAre("deep"));
@@ -259,42 +216,9 @@ TEST_F(SavingTest, AFileInTheWay) {
   EXPECT_EQ(read(folders.notes), "here");
 
   folders.tasks = folders.notes + "/below";
-  automation =
-      std::make_unique<LocalOutlook>(folders, [this](const std::string& line) { log.push_back(line); });
+  start();
   EXPECT_FALSE(make(ItemNumber::kTask)->save());
   EXPECT_EQ(log.size(), 2u);
-}
-
-TEST_F(SavingTest, FullDisk) {
-  fs::create_directories(folders.notes);
-  rlimit before{};
-  ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
-  rlimit limit = before;
-  limit.rlim_cur = 100;  // bytes a file may have: the write stops in the middle
-  const auto handler = ::signal(SIGXFSZ, SIG_IGN);
-  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
-  const bool saved = saveNote("does not fit");
-  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
-  ::signal(SIGXFSZ, handler);
-  EXPECT_FALSE(saved);
-  EXPECT_THAT(filesIn(folders.notes), IsEmpty());
-  EXPECT_EQ(log.size(), 1u);
-  EXPECT_TRUE(saveNote("fits"));
-}
-
-TEST_F(SavingTest, NoRightToWrite) {
-  fs::create_directories(folders.notes);
-  ::chmod(folders.notes.c_str(), 0555);
-  ::chmod(root.c_str(), 0755);
-  // The rights say nothing to root.
-  const bool isRoot = ::geteuid() == 0;
-  ASSERT_EQ(isRoot ? ::seteuid(65534) : 0, 0);
-  const bool saved = saveNote("x");
-  ASSERT_EQ(isRoot ? ::seteuid(0) : 0, 0);
-  ::chmod(folders.notes.c_str(), 0755);
-  EXPECT_FALSE(saved);
-  EXPECT_THAT(filesIn(folders.notes), IsEmpty());
-  EXPECT_THAT(log, ElementsAre(HasSubstr("Permission denied")));
 }
 
 }  // namespace

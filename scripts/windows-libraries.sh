@@ -212,7 +212,7 @@ with_cmake() {
     -DCMAKE_BUILD_TYPE=Release -DCMAKE_C_FLAGS="${flags[*]}" -DCMAKE_CXX_FLAGS="${flags[*]}" \
     -DCMAKE_C_FLAGS_RELEASE=-DNDEBUG -DCMAKE_CXX_FLAGS_RELEASE=-DNDEBUG \
     -DCMAKE_C_COMPILER_LAUNCHER="${launcher[*]}" -DCMAKE_CXX_COMPILER_LAUNCHER="${launcher[*]}" \
-    -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_INSTALL_LIBDIR=lib -DBUILD_SHARED_LIBS=OFF "$@"
+    -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_INSTALL_LIBDIR:PATH=lib -DBUILD_SHARED_LIBS=OFF "$@"
   cmake --build build --target install
 }
 
@@ -305,8 +305,10 @@ version() {
   fi
 }
 
+# build_row NAME...: in a process of its own.
 build_row() {
-  local name source began log=
+  local began
+  log=/dev/null
   trap '[[ $? -eq 0 ]] || { tail -n 40 "$log"; echo "$name could not be built. The whole log: $log"; }' EXIT
   for name in "$@"; do
     ! is_built "$name" || continue
@@ -320,7 +322,7 @@ build_row() {
       "build_$name"
     ) >"$log" 2>&1 </dev/null
     printf '%s\n' "$(recipe "$name")" "$(version "$name")" >"$stamps/$name"
-    rm -rf "$source" "$work/build/$name"
+    rm -rf "$work/build/$name"
     echo "Built $name in $((SECONDS - began)) s"
   done
 }
@@ -348,6 +350,6 @@ if [[ ${#missing[@]} -gt 0 ]]; then
   for pid in "${pids[@]}"; do
     wait "$pid"
   done
-  rm -rf "$work/sources"
+  rm -rf "$work/sources" "$work/source" "$work/build"
 fi
 echo "$prefix" >&3

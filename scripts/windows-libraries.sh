@@ -79,6 +79,10 @@ build_pcre2() {
 build_intl() {
   cat >libintl.h <<'TEXT'
 #pragma once
+#include <locale.h>
+#ifndef LC_MESSAGES
+#define LC_MESSAGES LC_CTYPE
+#endif
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -129,8 +133,10 @@ pkgconfig = 'pkg-config'
 [properties]
 pkg_config_libdir = ['$prefix/lib/pkgconfig', '/usr/$host/lib/pkgconfig']
 [built-in options]
-c_args = [$(quoted "${flags[@]}" "-I$prefix/include")]
+c_args = ['-O2', '-I$prefix/include']
+cpp_args = ['-O2', '-I$prefix/include']
 c_link_args = ['-static', '-L$prefix/lib']
+cpp_link_args = ['-static', '-L$prefix/lib']
 [host_machine]
 system = 'windows'
 cpu_family = 'x86_64'

@@ -5,9 +5,9 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-scripts/install-packages.sh build windows
-KOVA_WINDOWS_PREFIX=$(scripts/windows-libraries.sh | tail -n 1)
-export KOVA_WINDOWS_PREFIX
+scripts/install-packages.sh windows
+KOVA_WINDOWS_LIBRARIES=$(scripts/windows-libraries.sh)
+export KOVA_WINDOWS_LIBRARIES
 cmake --preset windows -DKOVA_TESTS=OFF "$@"
 cmake --build --preset windows -j "$(nproc)"
-scripts/windows-zip.sh "$KOVA_WINDOWS_PREFIX"
+scripts/windows-zip.sh "$KOVA_WINDOWS_LIBRARIES"

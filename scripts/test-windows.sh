@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-scripts/install-packages.sh build windows test
+scripts/install-packages.sh windows test
 scripts/build-windows.sh -DKOVA_TESTS=ON
 # The prefix is made before two tests can do so at once.
 scripts/on-display.py scripts/wine.sh wineboot --init

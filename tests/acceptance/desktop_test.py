@@ -34,8 +34,9 @@ class Desktop(kova.TestCase):
             with open(server.log_file, "ab") as log:
                 server.process = subprocess.Popen(
                     [sys.executable, kova.ROOT / "scripts" / "on-display.py", "sh", "-c",
-                     # The box comes when the port is busy; its window is the second one.
-                     '"$@" & while [ "$(xdotool search --onlyvisible --name Tarvel | wc -l)" -lt 2 ]; do sleep 0.1; done;'
+                     # A box comes when the port is busy, or the host's name leads nowhere: the second window.
+                     '"$@" & while [ "$(xdotool search --onlyvisible --classname tarvel_wap | wc -l)" -lt 2 ]; do sleep 0.1;'
+                     " done;"
                      " kill -TERM $!; wait $!", "sh",
                      WAP, "--home", str(server.home), "--address", "127.0.0.1", "--port", str(server.port), "--start"],
                     stdout=log, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL)

@@ -14,6 +14,8 @@
 #include <sstream>
 #include <thread>
 
+#include "platform/posix/host_lookup.h"
+
 namespace kova::desktop {
 
 namespace {
@@ -72,6 +74,9 @@ void DesktopTest::start(const std::string& settings) {
     desktop_ = std::make_unique<app::Desktop>(*program_, *dialogs_, [this] { ended_ = true; });
     program_->load();
   });
+  platform::posix::PosixHostLookup lookup;
+  if (lookup.addressesOf(lookup.hostName().value_or("")).empty())
+    answer("Windows Sockets are not responding. Unable to successfully get Host Name.", "Return");
   ASSERT_TRUE(comes([] { return opened("frmMain"); }));
 }
 

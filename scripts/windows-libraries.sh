@@ -86,12 +86,12 @@ build_intl() {
 #ifdef __cplusplus
 extern "C" {
 #endif
-char* gettext(const char* text);
-char* dgettext(const char* domain, const char* text);
-char* dcgettext(const char* domain, const char* text, int category);
-char* ngettext(const char* one, const char* many, unsigned long count);
-char* dngettext(const char* domain, const char* one, const char* many, unsigned long count);
-char* dcngettext(const char* domain, const char* one, const char* many, unsigned long count, int category);
+char* gettext(const char* text) __attribute__((format_arg(1)));
+char* dgettext(const char* domain, const char* text) __attribute__((format_arg(2)));
+char* dcgettext(const char* domain, const char* text, int category) __attribute__((format_arg(2)));
+char* ngettext(const char* one, const char* many, unsigned long count) __attribute__((format_arg(1), format_arg(2)));
+char* dngettext(const char* domain, const char* one, const char* many, unsigned long count) __attribute__((format_arg(2), format_arg(3)));
+char* dcngettext(const char* domain, const char* one, const char* many, unsigned long count, int category) __attribute__((format_arg(2), format_arg(3)));
 char* textdomain(const char* domain);
 char* bindtextdomain(const char* domain, const char* folder);
 char* bind_textdomain_codeset(const char* domain, const char* codeset);

@@ -17,14 +17,15 @@ else()
   set(KOVA_WINDOWS_LIBRARIES "$ENV{HOME}/.cache/kova-wap/windows")
 endif()
 
-# Libraries and headers of Windows only, programs of this machine only; wx-config is one of them.
+# Libraries and headers of Windows only, programs of this machine only.
 set(CMAKE_FIND_ROOT_PATH ${KOVA_WINDOWS_LIBRARIES} /usr/${KOVA_MINGW})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 set(ZLIB_USE_STATIC_LIBS ON)
-set(wxWidgets_CONFIG_EXECUTABLE ${KOVA_WINDOWS_LIBRARIES}/bin/wx-config)
+# wxWidgets' own package file; CMake's script would look for wx-config.
+set(CMAKE_FIND_PACKAGE_PREFER_CONFIG ON)
 set(ENV{PKG_CONFIG_LIBDIR} ${KOVA_WINDOWS_LIBRARIES}/lib/pkgconfig:/usr/${KOVA_MINGW}/lib/pkgconfig)
 set(PKG_CONFIG_ARGN --static)
 

@@ -1,6 +1,9 @@
 # Every folder is one library. Its headers are reachable only for those that name it in USES: they are included as
 # "folder/header.h" through a directory that holds the headers of this one folder, so a wrong include does not build.
 
+if(WIN32)
+  set(CMAKE_FIND_LIBRARY_SUFFIXES .a)  # not .dll.a: a program is one file
+endif()
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(ICAL REQUIRED IMPORTED_TARGET libical)
 pkg_check_modules(GMIME REQUIRED IMPORTED_TARGET gmime-3.0)

@@ -19,6 +19,8 @@ import unittest
 import xml.etree.ElementTree as tree
 
 WAPD = os.environ["KOVA_WAPD"]
+# What runs a program that was built for Windows.
+RUN = os.environ.get("KOVA_RUN", "").split()
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 PIN = "24681357"
 # Long enough for a sanitized build on a busy machine; only a failing test ever waits that long.
@@ -40,6 +42,11 @@ def wait_until(condition, what, seconds=PATIENCE):
         if time.monotonic() > end:
             raise AssertionError(f"waited {seconds} s in vain for {what}")
         time.sleep(0.005)
+
+
+def native(path, windows=bool(RUN)):
+    """A path as the program has to write it."""
+    return "Z:" + str(path).replace("/", "\\") if windows else str(path)
 
 
 def free_port():
@@ -148,7 +155,7 @@ class Server:
         self.process = None
         if self.own_home:
             self.pages.mkdir()
-            self.write_settings({"Main": {"WAP_Directory": f"{self.pages}/", "PIN_Code": PIN}, **(settings or {})})
+            self.write_settings({"Main": {"WAP_Directory": native(f"{self.pages}/"), "PIN_Code": PIN}, **(settings or {})})
 
     def write_settings(self, sections):
         lines = []
@@ -160,7 +167,7 @@ class Server:
     def start(self):
         with open(self.log_file, "ab") as log:
             self.process = subprocess.Popen(
-                [WAPD, "--home", str(self.home), "--address", "127.0.0.1", "--port", str(self.port), "--start",
+                [*RUN, WAPD, "--home", native(self.home), "--address", "127.0.0.1", "--port", str(self.port), "--start",
                  *self.options], stdout=log, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL)
         wait_until(lambda: self.process.poll() is not None or any(row[0] == "0A" for row in tcp_rows(self.port)),
                    "the program to listen")

@@ -2,6 +2,7 @@
 #include <libical/ical.h>
 
 #include <functional>
+#include <limits>
 
 #include "platform/local_outlook/saving_fixture.h"
 
@@ -67,7 +68,8 @@ TEST_F(SavingTest, MeetingOfAnyLength) {
   }
   const auto item = make(ItemNumber::kAppointment);
   EXPECT_FALSE(item->setNumber(NumberProperty::kDuration, -1));
-  EXPECT_FALSE(item->setNumber(NumberProperty::kDuration, 9'000'000'000'000'000'000));
+  if (sizeof(long) > 4)
+    EXPECT_FALSE(item->setNumber(NumberProperty::kDuration, std::numeric_limits<long>::max()));
   EXPECT_FALSE(item->setDate(DateProperty::kStart, {2026, 2, 30, 0, 0, 0}));
   EXPECT_FALSE(item->save()) << "it has no start";
 }

@@ -21,6 +21,9 @@ import xml.etree.ElementTree as tree
 WAPD = os.environ["KOVA_WAPD"]
 # What runs a program that was built for Windows.
 RUN = os.environ.get("KOVA_RUN", "").split()
+WINDOWS = bool(RUN)
+# What ends the program in order; there it is Ctrl+C.
+END = signal.SIGINT if WINDOWS else signal.SIGTERM
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 PIN = "24681357"
 # Long enough for a sanitized build on a busy machine; only a failing test ever waits that long.
@@ -44,7 +47,7 @@ def wait_until(condition, what, seconds=PATIENCE):
         time.sleep(0.005)
 
 
-def native(path, windows=bool(RUN)):
+def native(path, windows=WINDOWS):
     """A path as the program has to write it."""
     return "Z:" + str(path).replace("/", "\\") if windows else str(path)
 
@@ -151,6 +154,7 @@ class Server:
         self.outlook = self.home / "outlook"
         self.log_file = self.home / "log.txt"
         self.port = free_port()
+        self.command = [*RUN, WAPD, "--home", native(self.home)]
         self.options = list(options)
         self.process = None
         if self.own_home:
@@ -167,14 +171,14 @@ class Server:
     def start(self):
         with open(self.log_file, "ab") as log:
             self.process = subprocess.Popen(
-                [*RUN, WAPD, "--home", native(self.home), "--address", "127.0.0.1", "--port", str(self.port), "--start",
-                 *self.options], stdout=log, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL)
+                [*self.command, "--address", "127.0.0.1", "--port", str(self.port), "--start", *self.options],
+                stdout=log, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL)
         wait_until(lambda: self.process.poll() is not None or any(row[0] == "0A" for row in tcp_rows(self.port)),
                    "the program to listen")
         if self.process.poll() is not None:
             raise AssertionError("the program ended at once: " + self.log())
 
-    def stop(self, how=signal.SIGTERM):
+    def stop(self, how=END):
         """Ends the program and returns its exit code."""
         if self.process.poll() is None:
             self.process.send_signal(how)

@@ -1,5 +1,5 @@
-// profile_script FILE: makes the same calls on a settings file wherever it runs, and prints what they answer, one
-// line each. Built for two systems, both must print the same.
+// profile_script FILE: makes the same calls on a settings file wherever it runs, and prints what they answer,
+// one line each. Built for two systems, both must print the same.
 
 #include <array>
 #include <cstdio>
@@ -145,7 +145,10 @@ void manyAtRandom(Script& script) {
 void beyondAscii(Script& script) {
   script.put("[Main]\r\n");
   // What every code page of western Europe has.
-  for (const char* const value : {"\xC3\xA4\xC3\xB6\xC3\xBC", "Stra\xC3\x9F" "e", "\xC3\x89t\xC3\xA9"}) {
+  for (const char* const value : {"\xC3\xA4\xC3\xB6\xC3\xBC",
+                                  "Stra\xC3\x9F"
+                                  "e",
+                                  "\xC3\x89t\xC3\xA9"}) {
     script.write("Main", "key", value);
     script.read("Main", "key");
   }

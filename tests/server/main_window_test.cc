@@ -167,8 +167,9 @@ TEST_F(ServerTest, LogBoxKeepsItsNewestCharacters) {
     const std::string_view box = window->txtLogError.text();
     ASSERT_TRUE(all.ends_with(box));
     const auto characters = std::count_if(box.begin(), box.end(), [](char c) { return (c & 0xC0) != 0x80; });
-    ASSERT_EQ(characters, std::min<long>(16000, std::count_if(all.begin(), all.end(),
-                                                              [](char c) { return (c & 0xC0) != 0x80; })));
+    ASSERT_EQ(characters, std::min<std::ptrdiff_t>(16000, std::count_if(all.begin(), all.end(), [](char c) {
+                                                     return (c & 0xC0) != 0x80;
+                                                   })));
     if (all.size() > 100000) break;
   }
 }

@@ -68,8 +68,9 @@ TEST_F(SavingTest, MeetingOfAnyLength) {
   }
   const auto item = make(ItemNumber::kAppointment);
   EXPECT_FALSE(item->setNumber(NumberProperty::kDuration, -1));
-  if (sizeof(long) > 4)
+  if (sizeof(long) > 4) {
     EXPECT_FALSE(item->setNumber(NumberProperty::kDuration, std::numeric_limits<long>::max()));
+  }
   EXPECT_FALSE(item->setDate(DateProperty::kStart, {2026, 2, 30, 0, 0, 0}));
   EXPECT_FALSE(item->save()) << "it has no start";
 }

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <locale>
-#include <stdexcept>
+#include <cstdint>
+#include <iterator>
+
+#include "base/upper_case_table.h"
 
 namespace kova::base {
 
@@ -57,26 +59,12 @@ void appendUtf8(std::string& text, char32_t codePoint) {
   }
 }
 
-/// A locale whose wide letters are Unicode's; the classic one, which knows ASCII only, where the system has
-/// none.
-std::locale unicodeLocale() {
-  for (const char* name : {"C.UTF-8", "en_US.UTF-8", ".UTF-8"}) {
-    try {
-      return std::locale(std::locale::classic(), name, std::locale::ctype);
-    } catch (const std::runtime_error&) {
-      continue;
-    }
-  }
-  return std::locale::classic();
-}
-
 char32_t upperCodePoint(char32_t codePoint) {
-  static const std::locale locale = unicodeLocale();
-  static const auto& letters = std::use_facet<std::ctype<wchar_t>>(locale);
-  if constexpr (sizeof(wchar_t) < sizeof(char32_t)) {
-    if (codePoint > 0xFFFF) return codePoint;
-  }
-  return static_cast<char32_t>(letters.toupper(static_cast<wchar_t>(codePoint)));
+  const auto row = std::lower_bound(std::begin(kUpperCase), std::end(kUpperCase), codePoint,
+                                    [](const UpperCaseRow& each, char32_t code) { return each.last < code; });
+  if (row == std::end(kUpperCase) || codePoint < row->first || (codePoint - row->first) % row->step != 0)
+    return codePoint;
+  return static_cast<char32_t>(static_cast<std::int32_t>(codePoint) + row->distance);
 }
 
 }  // namespace

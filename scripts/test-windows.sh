@@ -4,8 +4,9 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-scripts/install-packages.sh windows test
+scripts/install-packages.sh build desktop test windows
 scripts/build-windows.sh -DKOVA_TESTS=ON
-# The prefix is made before two tests can do so at once.
-scripts/on-display.py scripts/wine.sh wineboot --init
-exec scripts/on-display.py ctest --preset windows "$@"
+# The settings file's script runs on both systems.
+[[ -f build/CMakeCache.txt ]] || cmake --preset release
+cmake --build --preset release --target profile_script -j "$(nproc)"
+exec scripts/on-display.py scripts/in-wine.sh ctest --preset windows "$@"

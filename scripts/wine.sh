@@ -8,4 +8,13 @@ export WINEPREFIX=${WINEPREFIX:-$root/build-windows/wine-prefix}
 export WINEDEBUG=${WINEDEBUG:--all}
 # Neither Mono nor Gecko is offered, and no menu of whoever runs this is touched.
 export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d"
-exec wine "$@"
+[[ -p /dev/stdout ]] || exec wine "$@"
+
+# What Wine starts beside a program lives on, and would hold a pipe open for whoever waits for its end.
+output=$(mktemp -d)
+trap 'rm -rf "$output"' EXIT
+status=0
+wine "$@" >"$output/out" 2>"$output/err" || status=$?
+cat "$output/out"
+cat "$output/err" >&2
+exit "$status"

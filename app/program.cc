@@ -77,14 +77,15 @@ std::unique_ptr<platform::outlook::Automation> Program::makeOutlook() {
       start_.options.outlook.value_or(settings_.readOr(settings::kOutlook, settings::kOutlookSource, {}));
   if (source != kOutlookFiles) {
     if (auto installed = machine_.installedOutlook(log)) return installed;
-    if (source == kOutlookRunning)
-      log("There is no Outlook on this machine; the personal data is read from files.");
+    outlookMissing_ = source == kOutlookRunning;
   }
   return std::make_unique<platform::local_outlook::LocalOutlook>(outlookFolders_, log);
 }
 
 void Program::load() {
   window_.load();
+  if (outlookMissing_)
+    window_.log.LogLine("There is no Outlook on this machine; the personal data is read from files.");
   const Options& options = start_.options;
 
   // An option is the owner's typing; the fields of a listening server cannot be typed into.

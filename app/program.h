@@ -68,6 +68,7 @@ class Program final {
   conversation::LineConversation conversation_;
   platform::local_outlook::Folders outlookFolders_;
   server::frmMain window_;
+  bool outlookMissing_ = false;  // though the owner has asked for it
   std::unique_ptr<platform::outlook::Automation> outlook_;
   WindowHost host_;
   wml::Pages pages_;

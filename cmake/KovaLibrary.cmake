@@ -88,7 +88,7 @@ inline constexpr const char* @name@ = R\"embedded(@text@)embedded\";
 endfunction()
 
 # kova_zone_table(TARGET HEADER NAMESPACE): a header with libical's own time zones, for a program that cannot look them
-# up in the system: rows of a zone's name and its VTIMEZONE.
+# up in the system: rows of a zone's name and its VTIMEZONE, and of its other names, which it has from tzdata.
 function(kova_zone_table target header namespace)
   set(folder "${ICAL_PREFIX}/share/libical/zoneinfo")
   file(GLOB_RECURSE zones RELATIVE "${folder}" "${folder}/*.ics")
@@ -104,6 +104,12 @@ function(kova_zone_table target header namespace)
     string(REPLACE "\n" "\\n" text "${text}")
     string(APPEND rows "    {\"${name}\", \"${text}\"},\n")
   endforeach()
+  set(links "")
+  file(STRINGS "/usr/share/zoneinfo/tzdata.zi" lines REGEX "^L ")
+  foreach(line IN LISTS lines)
+    string(REGEX REPLACE "^L ([^ ]+) ([^ ]+)$" "    {\"\\2\", \"\\1\"},\n" line "${line}")
+    string(APPEND links "${line}")
+  endforeach()
   file(CONFIGURE OUTPUT "${CMAKE_BINARY_DIR}/embedded/${header}" @ONLY CONTENT
 "#pragma once
 
@@ -116,6 +122,8 @@ namespace @namespace@ {
 using ZoneRow = std::pair<std::string_view, const char*>;
 inline constexpr ZoneRow kZoneTable[] = {
 @rows@};
+inline constexpr ZoneRow kZoneLinks[] = {
+@links@};
 
 }  // namespace @namespace@
 ")

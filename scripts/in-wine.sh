@@ -1,13 +1,18 @@
 #!/usr/bin/env bash
-# Runs a command while Wine is up, in the prefix that scripts/wine.sh uses, and makes that prefix first: programs then
-# start at once, and two at the same time do not both make it.
+# Runs a command while Wine is up, in the prefix that scripts/wine.sh uses, and makes that prefix first. Two programs that
+# start at the same time would each start Wine's services, and then not find each other by COM.
 # Usage: scripts/in-wine.sh COMMAND [ARGUMENT...]
 set -euo pipefail
 scripts=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 
-"$scripts/wine.sh" wineboot --init </dev/null >/dev/null 2>&1
-coproc holder { exec "$scripts/wine.sh" cmd /c more 2>/dev/null; }
+# shellcheck source=scripts/wine-settings.sh
+. "$scripts/wine-settings.sh"
+wineboot --init </dev/null >/dev/null 2>&1
+wineserver --wait
+# Says that it is there, and stays until its input ends.
+coproc holder { exec wine cmd /c "echo up & more" 2>/dev/null; }
+read -r <&"${holder[0]}"
 status=0
 "$@" || status=$?
-exec {holder[1]}>&-
+wineserver --kill
 exit "$status"

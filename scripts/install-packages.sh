@@ -16,7 +16,7 @@ packages_for() {
     test) echo libgtest-dev libgmock-dev python3 dovecot-core dovecot-pop3d wapua xvfb xauth xfonts-base fonts-dejavu-core imagemagick python3-aiosmtpd openbox xdotool x11-utils ;;
     bench) echo nginx wrk python3 xvfb openbox ;;
     tidy) echo clang-tidy-19 clang-format-19 ;;
-    windows) echo g++-mingw-w64-x86-64-posix cmake ninja-build pkg-config ccache dpkg-dev meson libz-mingw-w64-dev googletest zip wine wine64 ;;
+    windows) echo g++-mingw-w64-x86-64-posix cmake ninja-build pkg-config ccache dpkg-dev meson libz-mingw-w64-dev googletest tzdata zip wine wine64 ;;
     *) return 1 ;;
   esac
 }

@@ -2,12 +2,9 @@
 # Runs a Windows program under Wine, in a Wine prefix that belongs to this build (or in WINEPREFIX).
 # Usage: scripts/wine.sh PROGRAM.exe [ARGUMENT...]
 set -euo pipefail
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+# shellcheck source=scripts/wine-settings.sh
+. "$(dirname "${BASH_SOURCE[0]}")/wine-settings.sh"
 
-export WINEPREFIX=${WINEPREFIX:-$root/build-windows/wine-prefix}
-export WINEDEBUG=${WINEDEBUG:--all}
-# Neither Mono nor Gecko is offered, and no menu of whoever runs this is touched.
-export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d"
 [[ -p /dev/stdout ]] || exec wine "$@"
 
 # What Wine starts beside a program lives on, and would hold a pipe open for whoever waits for its end.

@@ -31,8 +31,14 @@ void readTimeZone() { knownRules().clear(); }
 WallTime localFromInstant(Instant instant) {
   const DateTime t = base::fromWallSeconds(instant);
   const auto word = [](int number) { return static_cast<WORD>(number); };
-  const SYSTEMTIME utc{word(t.year), word(t.month),  word(t.day),    0,
-                       word(t.hour), word(t.minute), word(t.second), 0};
+  const SYSTEMTIME utc{.wYear = word(t.year),
+                       .wMonth = word(t.month),
+                       .wDayOfWeek = 0,
+                       .wDay = word(t.day),
+                       .wHour = word(t.hour),
+                       .wMinute = word(t.minute),
+                       .wSecond = word(t.second),
+                       .wMilliseconds = 0};
   SYSTEMTIME local{};
   const TIME_ZONE_INFORMATION* const rules = rulesOf(utc.wYear);
   // Years that the system does not have stay UTC.

@@ -8,7 +8,7 @@
 namespace kova::test_outlook {
 
 Control::Control(std::filesystem::path file) : file_(std::move(file)) {
-  if (!file_.empty()) std::ofstream(file_.string() + ".pid") << GetCurrentProcessId();
+  if (!file_.empty()) std::ofstream(std::filesystem::path(file_) += ".pid") << GetCurrentProcessId();
 }
 
 std::optional<std::string> Control::order(std::string_view verb, std::string_view member) const {

@@ -3,6 +3,7 @@
 // After windows.h, on which it stands.
 #include <aclapi.h>
 
+#include <fstream>
 #include <memory>
 
 #include "platform/local_outlook/saving_fixture.h"
@@ -134,7 +135,8 @@ TEST_F(FilesTest, ATypedPathOfWindows) {
   ASSERT_TRUE(saveNote("x"));
   EXPECT_THAT(filesIn(root + "/notes"), testing::SizeIs(1));
   EXPECT_THAT(texts(FolderNumber::kNotes, TextProperty::kBody), ElementsAre("x"));
-  folders.notes = home + "\\a:b";
+  std::ofstream(base::toPath(home + "\\file")) << "no folder";
+  folders.notes = home + "\\file\\notes";
   start();
   EXPECT_FALSE(saveNote("x"));
   EXPECT_THAT(log, testing::SizeIs(1));

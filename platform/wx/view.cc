@@ -13,6 +13,7 @@
 #include <wx/utils.h>
 
 #include <algorithm>
+#include <map>
 #include <utility>
 #include <vector>
 
@@ -33,6 +34,16 @@ void raiseStandingBox() {
     if (box && box->IsModal() && box->IsShown()) box->Raise();
   }
 }
+
+#ifdef __WXGTK__
+/// Those of buttons work by themselves.
+const std::string& mnemonicText(const Control& control) { return control.label(); }
+#else
+const std::string& mnemonicText(const Control& control) {
+  const auto* button = dynamic_cast<const Button*>(&control);
+  return button ? button->caption() : control.label();
+}
+#endif
 
 }  // namespace
 
@@ -60,6 +71,7 @@ class View::Native final : private ControlHost {
   wxWindow* make(Control& control, wxWindow* parent);
   void makeMenu();
   void makeMnemonics();
+  void useMnemonic(const std::vector<ControlView*>& owners);
   void wire();
   void onKey(wxKeyEvent& event);
   void goTo(bool next);
@@ -142,19 +154,36 @@ void View::Native::makeMenu() {
   frame_->SetMenuBar(bar);
 }
 
-/// A label's underlined letter leads to its control. Those of buttons work by themselves.
+/// A label's underlined letter leads to its control, that of a button clicks it. Where two have the same one,
+/// it goes from each to the next.
 void View::Native::makeMnemonics() {
-  std::vector<wxAcceleratorEntry> keys;
+  std::map<int, std::vector<ControlView*>> owners;
   for (const auto& view : views_) {
     if (dynamic_cast<CheckBox*>(&view->control())) continue;
-    const wxString label = toWx(view->control().label());
+    const wxString label = toWx(mnemonicText(view->control()));
     const int at = label.Find('&');
     if (at == wxNOT_FOUND || static_cast<std::size_t>(at) + 1 == label.length()) continue;
+    owners[wxToupper(label[static_cast<std::size_t>(at) + 1])].push_back(view.get());
+  }
+  std::vector<wxAcceleratorEntry> keys;
+  for (const auto& [letter, views] : owners) {
     const int id = wxWindow::NewControlId();
-    keys.emplace_back(wxACCEL_ALT, wxToupper(label[static_cast<std::size_t>(at) + 1]), id);
-    frame_->Bind(wxEVT_MENU, [each = view.get()](wxCommandEvent&) { each->window().SetFocus(); }, id);
+    keys.emplace_back(wxACCEL_ALT, letter, id);
+    frame_->Bind(wxEVT_MENU, [this, views = views](wxCommandEvent&) { useMnemonic(views); }, id);
   }
   if (!keys.empty()) frame_->SetAcceleratorTable({static_cast<int>(keys.size()), keys.data()});
+}
+
+void View::Native::useMnemonic(const std::vector<ControlView*>& owners) {
+  const auto present = std::find(owners.begin(), owners.end(), current_);
+  ControlView& next =
+      present == owners.end() || present + 1 == owners.end() ? *owners.front() : **(present + 1);
+  auto* button = dynamic_cast<Button*>(&next.control());
+  if (button && owners.size() == 1) {
+    button->click();
+  } else {
+    next.window().SetFocus();
+  }
 }
 
 void View::Native::wire() {

@@ -77,10 +77,10 @@ class Files {
   /// Equal bytes for two paths of the same thing; not for opening or showing it.
   virtual std::string canonical(const std::string& path) const = 0;
 
-  /// A path that a stranger asks for below a folder, in the form of canonical(), links not resolved: its parts
-  /// without the empty ones and "." between single separators, none in front. Empty when the system may take
-  /// it for something else than the file of just this name below the folder: "..", a NUL, and where there is
-  /// such a thing a drive, a device, a stream of a file, a short name, a name whose end is dropped.
+  /// A path that a stranger asks for below a folder, in the form of canonical(), links not resolved: its
+  /// parts without the empty ones and "." between single separators, none in front. Empty when the system may
+  /// take it for something else than the file of just this name below the folder: "..", a NUL, and where
+  /// there is such a thing a drive, a device, a stream of a file, a short name, a name whose end is dropped.
   virtual std::optional<std::string> nameBelow(std::string_view path) const = 0;
 
   /// What stands between the names of a path: "/" or "\".

@@ -39,7 +39,11 @@ bool leadsOut(std::string_view path) {
 }  // namespace
 
 Responses::Responses(ClientSlots& slots, platform::Files& files, ServerLog& log, ResponseHost host)
-    : slots_(slots), files_(files), log_(log), host_(std::move(host)), privatePaths_(files, host_.privatePaths) {}
+    : slots_(slots),
+      files_(files),
+      log_(log),
+      host_(std::move(host)),
+      privatePaths_(files, host_.privatePaths) {}
 
 std::string Responses::inPageDirectory(std::string_view path) const {
   std::string file = host_.pageDirectory();

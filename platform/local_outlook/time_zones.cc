@@ -137,9 +137,10 @@ WallTime TimeZone::localAfter(WallTime wall, std::int64_t seconds) const {
 
 std::shared_ptr<icaltimezone> zoneFrom(ComponentPtr definition) {
   std::shared_ptr<icaltimezone> zone(icaltimezone_new(), [](icaltimezone* z) { icaltimezone_free(z, 1); });
-  if (icaltimezone_set_component(zone.get(), definition.get()) == 0) return nullptr;
-  static_cast<void>(definition.release());  // the zone's own now
-  return zone;
+  icalcomponent* const given = definition.release();
+  if (icaltimezone_set_component(zone.get(), given) != 0) return zone;
+  definition.reset(given);  // the zone has not taken it
+  return nullptr;
 }
 
 std::optional<ZoneCache::DefinedZone> ZoneCache::fromDefinition(const std::string& vtimezone) {

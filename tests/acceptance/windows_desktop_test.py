@@ -48,10 +48,13 @@ class Windows(kova.TestCase):
     def take(self, identity, name):
         """A picture in which there is something to see."""
         file = PICTURES / f"windows-{name}.png"
+        file.unlink(missing_ok=True)
 
         def shows():
-            subprocess.run(["import", "-window", identity, str(file)], check=True, timeout=kova.PATIENCE)
-            return int(output("identify", "-format", "%k", str(file))) > 20
+            before = file.read_bytes() if file.exists() else b""
+            subprocess.run(["import", "-window", identity, "-strip", str(file)], check=True, timeout=kova.PATIENCE)
+            # Painted to its end.
+            return file.read_bytes() == before and int(output("identify", "-format", "%k", str(file))) > 20
 
         kova.wait_until(shows, f"something to see in {name}")
 
@@ -71,6 +74,8 @@ class Windows(kova.TestCase):
                 self.take(opened, name)
                 press(opened, "Escape")
                 kova.wait_until(lambda: not window(title), f"the end of {name}")
+        press(self.main, "alt+F4")
+        self.assertEqual(self.server.process.wait(kova.PATIENCE), 0)
 
     def test_it_serves_phones_and_closing_it_ends_it(self):
         self.open("--start")

@@ -57,7 +57,7 @@ std::optional<Options> parseOptions(const std::vector<std::string>& arguments, s
 
 std::string usage(const std::string& program) {
   return "usage: " + program +
-         " --home DIR [--address A] [--port N] [--max-clients N] \n"
+         " --home DIR [--address A] [--port N] [--max-clients N]\n"
          "         [--outlook SOURCE] [--start] [--start-paging]\n"
          "\n"
          "Serves the owner's calendar, contacts, inbox, tasks and notes to WAP phones.\n"

@@ -154,7 +154,8 @@ class Server:
         self.outlook = self.home / "outlook"
         self.log_file = self.home / "log.txt"
         self.port = free_port()
-        self.command = [*RUN, WAPD, "--home", native(self.home)]
+        # Never an Outlook of the machine's own.
+        self.command = [*RUN, WAPD, "--home", native(self.home), "--outlook", "files"]
         self.options = list(options)
         self.process = None
         if self.own_home:

@@ -41,7 +41,7 @@ class Windows(kova.TestCase):
     def open(self, *options):
         with open(self.server.log_file, "wb") as log:
             self.server.process = subprocess.Popen(
-                [*kova.RUN, WAP, "--home", kova.native(self.server.home), "--address", "127.0.0.1",
+                [*kova.RUN, WAP, "--home", kova.native(self.server.home), "--outlook", "files", "--address", "127.0.0.1",
                  "--port", str(self.server.port), *options], stdout=log, stderr=log, stdin=subprocess.DEVNULL)
         self.main = wait_window(MAIN)
 

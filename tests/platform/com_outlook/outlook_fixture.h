@@ -7,6 +7,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -40,6 +41,9 @@ class OutlookTest : public ::testing::Test {
   }
 
   void TearDown() override {
+    if (HasFailure()) {
+      for (const std::string& line : log) std::cerr << line << '\n';
+    }
     endServer();
     runServer(L"/unregister");
     std::filesystem::remove(control_);

@@ -21,7 +21,7 @@ TEST(LineOutputTest, AReaderWhoStopsHoldsNobodyUpAndGetsWholeLines) {
     std::string text(100'000, '\0');
     DWORD count = 0;
     ASSERT_NE(0, ::ReadFile(reader.get(), text.data(), static_cast<DWORD>(text.size()), &count, nullptr));
-    EXPECT_TRUE(text.starts_with("line 0 of"));
+    EXPECT_TRUE(text.starts_with("line "));  // which one is up to the writing thread
     reader.reset();
   }
 }

@@ -32,8 +32,8 @@ long sendCopied(const base::Outgoing& outgoing, int socket, int flags, bool& unr
     return unreadable ? -1 : ::send(socket, bytes.data(), bytes.size(), flags & ~MSG_MORE);
   }
   // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): the kernel only reads them
-  std::array<iovec, 2> parts{
-      {{const_cast<char*>(bytes.data()), bytes.size()}, {piece.data(), static_cast<std::size_t>(got)}}};
+  const iovec head{const_cast<char*>(bytes.data()), bytes.size()};
+  std::array<iovec, 2> parts{head, {piece.data(), static_cast<std::size_t>(got)}};
   msghdr message{};
   message.msg_iov = parts.data();
   message.msg_iovlen = parts.size();

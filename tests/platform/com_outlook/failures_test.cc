@@ -21,6 +21,12 @@ using Lines = std::vector<std::string>;
 
 class FailuresTest : public OutlookTest {
  protected:
+  static constexpr Bounds kShort{1000ms, 2000ms, 3000ms, 4000ms, 1500ms};
+
+  std::unique_ptr<outlook::Automation> make(const Bounds& bounds = kShort) {
+    return OutlookTest::make(bounds);
+  }
+
   bool works(outlook::Automation& automation) {
     const Session notes = open(automation, FolderNumber::kNotes);
     return notes.items && notes.items->getFirst() != nullptr;

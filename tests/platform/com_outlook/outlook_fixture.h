@@ -24,8 +24,6 @@ namespace kova::platform::com_outlook {
 class OutlookTest : public ::testing::Test {
  protected:
   using milliseconds = std::chrono::milliseconds;
-  static constexpr Bounds kShort{milliseconds{1000}, milliseconds{2000}, milliseconds{3000},
-                                 milliseconds{4000}, milliseconds{1500}};
 
   OutlookTest() {
     wchar_t program[MAX_PATH];
@@ -84,7 +82,7 @@ class OutlookTest : public ::testing::Test {
     return exitCode;
   }
 
-  std::unique_ptr<outlook::Automation> make(const Bounds& bounds = kShort) {
+  std::unique_ptr<outlook::Automation> make(const Bounds& bounds = {}) {
     return makeOutlook([this](const std::string& line) { log.push_back(line); }, bounds);
   }
 
